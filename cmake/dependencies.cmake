@@ -1,0 +1,12 @@
+# Everything here is packaged by Debian and by Homebrew; nothing is fetched.
+find_package(Threads REQUIRED)
+find_package(ICU 72 REQUIRED COMPONENTS i18n uc data)
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(fmt 9 REQUIRED)
+find_package(TBB REQUIRED)
+find_package(CLI11 2 REQUIRED)
+if(BRINDLE_TESTS)
+  enable_testing()
+  include(GoogleTest)
+  find_package(GTest 1.12 REQUIRED)
+endif()
