@@ -9,7 +9,13 @@
 namespace brindle::test {
 
 std::uint64_t diskUsage(const std::string& path) {
-    const std::string command = "du -s -k -- '" + path + "'";
+    return diskUsage(std::vector{path});
+}
+
+std::uint64_t diskUsage(const std::vector<std::string>& paths) {
+    std::string command = "du -s -c -k --";
+    for (const std::string& path : paths) command += " '" + path + "'";
+    command += " | tail -n 1";
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     unsigned long long kibibytes = 0;
     if (!pipe || std::fscanf(pipe.get(), "%llu", &kibibytes) != 1) throw std::runtime_error(command);

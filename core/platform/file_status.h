@@ -1,0 +1,32 @@
+// What lstat says of an object, in the widths that Brindle compares and persists.
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <string>
+
+#include "core/platform/error.h"
+
+namespace brindle {
+
+struct FileStatus {
+    std::int32_t device = 0;  // the low 32 bits of st_dev
+    std::uint64_t inode = 0;
+    std::uint16_t mode = 0;  // type and permission bits
+    std::uint64_t linkCount = 0;
+    std::int64_t size = 0;      // bytes
+    std::uint64_t blocks = 0;   // of 512 bytes
+    std::int64_t modified = 0;  // seconds since 1970, rounded down
+
+    bool isFolder() const;
+    bool isLink() const;
+    bool isRegular() const;
+};
+
+// Of the path itself: a symbolic link is described as the link.
+std::expected<FileStatus, Error> statusOf(const std::string& path);
+
+// Whether anything lies there, links followed: a link that leads nowhere does not exist.
+bool exists(const std::string& path);
+
+}  // namespace brindle

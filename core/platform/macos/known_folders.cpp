@@ -1,0 +1,7 @@
+#include "core/platform/known_folders.h"
+
+namespace brindle {
+
+const std::string_view kUserCachesFolder = "Library/Caches";
+
+}  // namespace brindle

@@ -1,0 +1,59 @@
+#include <cstddef>
+
+#include "core/platform/volume.h"
+
+namespace brindle {
+
+namespace {
+
+constexpr std::size_t kMountPointField = 4;  // ID, parent, device, root, mount point
+
+std::string_view fieldOf(std::string_view line, std::size_t wanted) {
+    for (; wanted > 0; --wanted) {
+        const std::size_t blank = line.find(' ');
+        if (blank == std::string_view::npos) return {};
+        line.remove_prefix(blank + 1);
+    }
+    return line.substr(0, line.find(' '));
+}
+
+bool isOctal(char letter) {
+    return letter >= '0' && letter <= '7';
+}
+
+// The kernel writes blanks, tabs, line feeds and backslashes inside a path as \ooo.
+std::string withoutEscapes(std::string_view field) {
+    std::string path;
+    for (std::size_t index = 0; index < field.size(); ++index) {
+        const std::string_view code = field.substr(index, 4);
+        if (code.size() < 4 || code[0] != '\\' || !isOctal(code[1]) || !isOctal(code[2]) ||
+            !isOctal(code[3])) {
+            path += field[index];
+            continue;
+        }
+        path += static_cast<char>((code[1] - '0') * 64 + (code[2] - '0') * 8 + (code[3] - '0'));
+        index += 3;
+    }
+    return path;
+}
+
+bool holds(std::string_view mountPoint, std::string_view path) {
+    if (mountPoint.empty() || !path.starts_with(mountPoint)) return false;
+    return mountPoint == "/" || path.size() == mountPoint.size() || path[mountPoint.size()] == '/';
+}
+
+}  // namespace
+
+std::optional<std::string> mountPointHolding(std::string_view path, std::string_view mountinfo) {
+    std::optional<std::string> longest;
+    while (!mountinfo.empty()) {
+        const std::string_view line = mountinfo.substr(0, mountinfo.find('\n'));
+        mountinfo.remove_prefix(line.size() < mountinfo.size() ? line.size() + 1 : line.size());
+        const std::string mountPoint = withoutEscapes(fieldOf(line, kMountPointField));
+        if (holds(mountPoint, path) && (!longest || mountPoint.size() > longest->size()))
+            longest = mountPoint;
+    }
+    return longest;
+}
+
+}  // namespace brindle

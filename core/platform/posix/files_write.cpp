@@ -1,0 +1,127 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdio>
+
+#include <fmt/format.h>
+
+#include "core/platform/files.h"
+#include "core/platform/posix/descriptor.h"
+
+namespace brindle {
+
+namespace {
+
+using Failure = std::unexpected<Error>;
+
+Failure failure(std::string_view operation, std::string_view path, int code = errno) {
+    return Failure(errorFrom(code, operation, path));
+}
+
+std::string folderOf(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// The last component's links, followed by hand because the file at their end need not exist yet.
+std::expected<std::string, Error> endOfLinks(std::string path) {
+    constexpr int kMostLinks = 40;
+    for (int followed = 0; followed < kMostLinks; ++followed) {
+        std::string target(PATH_MAX, '\0');
+        const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+        if (length < 0 && (errno == EINVAL || errno == ENOENT)) return path;
+        if (length < 0) return failure("follow", path);
+        target.resize(static_cast<std::size_t>(length));
+        path = target.starts_with('/') ? target : folderOf(path) + "/" + target;
+    }
+    return failure("follow", path, ELOOP);
+}
+
+// On macOS a plain fsync leaves the bytes in the drive's own memory.
+int syncToDisk(int descriptor) {
+#ifdef F_FULLFSYNC
+    if (::fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
+#endif
+    return retried([&] { return ::fsync(descriptor); });
+}
+
+bool writeAll(int descriptor, std::string_view content) {
+    while (!content.empty()) {
+        const ssize_t written = retried([&] { return ::write(descriptor, content.data(), content.size()); });
+        if (written < 0) return false;
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+// A file beside the one to be replaced, gone again unless it took the other's place.
+class Replacement {
+  public:
+    explicit Replacement(int folder) : folder_(folder) {}
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+    ~Replacement() {
+        const int before = errno;
+        if (file_) ::unlinkat(folder_, name_.c_str(), 0);
+        errno = before;
+    }
+
+    // Not named after the file: its name may already be as long as a name can be.
+    bool create() {
+        static std::atomic<unsigned> counter{0};
+        do {
+            name_ = fmt::format(".brindle-{}-{}.tmp", ::getpid(), counter++);
+            file_ = Descriptor(retried([&] {
+                return ::openat(folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+                                0600);
+            }));
+        } while (!file_ && errno == EEXIST);
+        return static_cast<bool>(file_);
+    }
+
+    bool fill(std::string_view content, std::uint32_t mode) {
+        return writeAll(file_.get(), content) && ::fchmod(file_.get(), static_cast<mode_t>(mode)) == 0 &&
+               syncToDisk(file_.get()) == 0;
+    }
+
+    bool takePlaceOf(const std::string& name) {
+        if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return false;
+        file_.reset();
+        return true;
+    }
+
+  private:
+    int folder_;
+    std::string name_;
+    Descriptor file_;
+};
+
+}  // namespace
+
+std::expected<void, Error> writeFileAtomically(const std::string& path, std::string_view content,
+                                               std::uint32_t mode) {
+    const auto target = endOfLinks(path);
+    if (!target) return Failure(target.error());
+    const std::string parent = folderOf(*target);
+    const std::string name = target->substr(target->find_last_of('/') + 1);
+    if (name.empty()) return failure("write", path, EISDIR);
+    if (auto made = createFolders(parent); !made) return made;
+    const Descriptor folder(
+        retried([&] { return ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!folder) return failure("open", parent);
+
+    Replacement replacement(folder.get());
+    if (!replacement.create()) return failure("create a file in", parent);
+    if (!replacement.fill(content, mode)) return failure("write", path);
+    if (!replacement.takePlaceOf(name)) return failure("replace", path);
+    // Some network and user-space file systems cannot sync a folder at all, and say so.
+    if (syncToDisk(folder.get()) != 0 && errno != EINVAL && errno != ENOTSUP)
+        return failure("sync the folder of", path);
+    return {};
+}
+
+}  // namespace brindle

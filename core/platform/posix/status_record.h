@@ -1,0 +1,22 @@
+// The system's status record in Brindle's widths. For the bodies of core/platform only.
+#pragma once
+
+#include <sys/stat.h>
+
+#include "core/platform/file_status.h"
+
+namespace brindle {
+
+inline FileStatus statusFrom(const struct stat& record) {
+    return {
+        .device = static_cast<std::int32_t>(record.st_dev),
+        .inode = static_cast<std::uint64_t>(record.st_ino),
+        .mode = static_cast<std::uint16_t>(record.st_mode),
+        .linkCount = static_cast<std::uint64_t>(record.st_nlink),
+        .size = static_cast<std::int64_t>(record.st_size),
+        .blocks = static_cast<std::uint64_t>(record.st_blocks),
+        .modified = static_cast<std::int64_t>(record.st_mtime),
+    };
+}
+
+}  // namespace brindle

@@ -1,0 +1,183 @@
+#include "core/platform/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "core/platform/child_process.h"
+#include "tests/support/test_home.h"
+
+namespace brindle::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+unsigned modeOf(const std::string& path) {
+    struct stat status{};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+TEST(WriteFileAtomically, ReplacesWhereLinksPointAndLeavesNothingBeside) {
+    TestHome home;
+    home.text("real/old", "old");
+    home.link("links/relative", "../real/old");
+    home.link("links/chain", "relative");
+    home.link("links/dangling", "../real/fresh");
+    const std::string longName(255, 'n');
+    const struct {
+        std::string written, landsIn;
+    } cases[] = {{"links/chain", "real/old"},
+                 {"links/dangling", "real/fresh"},
+                 {"made/on/the/way", "made/on/the/way"},
+                 {"long/" + longName, "long/" + longName}};
+    const mode_t before = ::umask(0077);
+    for (const auto& [written, landsIn] : cases) {
+        const auto done = writeFileAtomically(home.path(written), "new", 0644);
+        ASSERT_TRUE(done) << done.error().describe();
+        EXPECT_EQ(modeOf(home.path(landsIn)), 0644U) << "whatever the umask";
+        EXPECT_EQ(readFile(home.path(landsIn)), "new") << written;
+    }
+    ::umask(before);
+    EXPECT_EQ(modeOf(home.path("made/on")), 0700U);
+    EXPECT_TRUE(fs::is_symlink(home.path("links/chain")));
+    EXPECT_THAT(*listFolder(home.path("real")), UnorderedElementsAre("old", "fresh"));
+    EXPECT_THAT(*listFolder(home.path("long")), ElementsAre(longName));
+}
+
+TEST(WriteFileAtomically, LeavesEverythingAsItWasWhenItFails) {
+    TestHome home;
+    home.text("folder/kept", "kept");
+    home.link("a", "b");
+    home.link("b", "a");
+    EXPECT_EQ(writeFileAtomically(home.path("folder"), "x").error().code, EISDIR);
+    EXPECT_EQ(writeFileAtomically(home.path("folder/"), "x").error().code, EISDIR);
+    EXPECT_EQ(writeFileAtomically(home.path("folder/kept/below"), "x").error().kind, Error::Kind::missing);
+    EXPECT_EQ(writeFileAtomically(home.path("a"), "x").error().code, ELOOP);
+    EXPECT_EQ(readFile(home.path("folder/kept")), "kept");
+    EXPECT_THAT(*listFolder(home.path()), UnorderedElementsAre("folder", "a", "b"));
+}
+
+TEST(WriteFileAtomically, NeverShowsAReaderAMixture) {
+    TestHome home;
+    const std::string path = home.text("file", std::string(200'000, 'a'));
+    std::atomic<bool> isDone = false;
+    std::thread writer([&] {
+        for (int round = 0; round < 40; ++round)
+            (void)writeFileAtomically(path, std::string(200'000, "ab"[round % 2]));
+        isDone = true;
+    });
+    while (!isDone) {
+        const auto content = readFile(path);
+        ASSERT_TRUE(content);
+        EXPECT_EQ(content->size(), 200'000U);
+        EXPECT_EQ(content->find_first_not_of(content->front()), std::string::npos);
+    }
+    writer.join();
+}
+
+TEST(ReadFile, TellsApartWhatCannotBeReadAndNeverWaits) {
+    TestHome home;
+    home.text("ten", "0123456789");
+    home.folder("folder");
+    ASSERT_EQ(::mkfifo(home.path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(readFile(home.path("ten"), 10), "0123456789");
+    EXPECT_EQ(readFile(home.path("ten"), 9).error().code, EFBIG);
+    EXPECT_EQ(readFile(home.path("folder")).error().code, EISDIR);
+    EXPECT_EQ(readFile(home.path("none")).error().kind, Error::Kind::missing);
+    EXPECT_EQ(readFile(home.path("pipe")).error().kind, Error::Kind::malformed);
+    EXPECT_EQ(readFileFrom(home.path("ten"), 7), "789");
+    EXPECT_EQ(readFileFrom(home.path("ten"), 7, 2), "78");
+    EXPECT_EQ(readFileFrom(home.path("ten"), 11), "");
+    if (fs::exists("/proc/self/status")) {
+        EXPECT_THAT(*readFile("/proc/self/status"), testing::HasSubstr("Pid:"));
+    }
+}
+
+TEST(CreateFolders, AgreesWithWhatIsThereAndWithOthersAtWork) {
+    TestHome home;
+    home.text("file", "");
+    home.folder("real");
+    home.link("link", "real");
+    EXPECT_TRUE(createFolders(home.path("link/below//deeper/")));
+    EXPECT_TRUE(fs::is_directory(home.path("real/below/deeper")));
+    EXPECT_EQ(createFolders(home.path("file")).error().kind, Error::Kind::alreadyExists);
+    EXPECT_EQ(createFolders(home.path("file/below")).error().kind, Error::Kind::missing);
+
+    std::atomic<int> failures = 0;
+    const auto make = [&] {
+        for (int n = 0; n < 50; ++n)
+            failures += createFolders(home.path("race/" + std::to_string(n) + "/x")) ? 0 : 1;
+    };
+    std::thread other(make);
+    make();
+    other.join();
+    EXPECT_EQ(failures, 0);
+}
+
+TEST(TemporaryFolder, GoesWithItsContentAndOnlyOnce) {
+    TestHome home;
+    std::string first;
+    {
+        auto folder = TemporaryFolder::create("one", home.path());
+        ASSERT_TRUE(folder);
+        first = folder->path();
+        EXPECT_EQ(modeOf(first), 0700U);
+        ASSERT_TRUE(writeFileAtomically(first + "/deep/file", "x"));
+        ASSERT_EQ(::symlink(home.path().c_str(), (first + "/home").c_str()), 0);
+        auto second = TemporaryFolder::create("two", home.path());
+        *folder = std::move(*second);
+        EXPECT_FALSE(fs::exists(first));
+        EXPECT_TRUE(fs::exists(folder->path()));
+    }
+    EXPECT_THAT(*listFolder(home.path()), ElementsAre());
+    EXPECT_EQ(TemporaryFolder::create("x", home.path("none")).error().kind, Error::Kind::missing);
+}
+
+TEST(FileLock, ExcludesEverybodyUntilItsHolderIsGone) {
+    TestHome home;
+    const std::string path = home.path("made/lock");
+    int ready[2] = {};
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t holder = ::fork();
+    if (holder == 0) {
+        const auto held = FileLock::acquire(path);
+        (void)!::write(ready[1], held ? "y" : "n", 1);
+        ::pause();
+        ::_exit(0);
+    }
+    char answer = 0;
+    ASSERT_EQ(::read(ready[0], &answer, 1), 1);
+    EXPECT_EQ(answer, 'y');
+    EXPECT_EQ(FileLock::tryAcquire(path).error().kind, Error::Kind::busy);
+    std::thread killer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ::kill(holder, SIGKILL);
+    });
+    auto mine = FileLock::acquire(path);
+    killer.join();
+    ::waitpid(holder, nullptr, 0);
+    for (const int end : ready) ::close(end);
+    ASSERT_TRUE(mine);
+    EXPECT_EQ(FileLock::tryAcquire(path).error().kind, Error::Kind::busy);
+
+    // A child that outlives the lock must not hold it.
+    const auto child =
+        ChildProcess::start({"/bin/sleep", {"60"}, {}, home.path("out"), home.path("err"), "/"});
+    ASSERT_TRUE(child);
+    mine = std::unexpected(Error{});
+    EXPECT_TRUE(FileLock::tryAcquire(path));
+}
+
+}  // namespace
+}  // namespace brindle::test

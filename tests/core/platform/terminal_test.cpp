@@ -1,0 +1,182 @@
+#include "core/platform/terminal.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+#include <thread>
+
+namespace brindle {
+namespace {
+
+// Signals, standard streams and the handlers belong to the whole process, so each case runs in one of its
+// own. The result is the exit status, or 1000 + N after signal N.
+int inChild(const std::function<int()>& body) {
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+}
+
+struct Pipe {
+    int reader = -1;
+    int writer = -1;
+    Pipe() {
+        int ends[2] = {-1, -1};
+        if (pipe(ends) != 0) abort();
+        reader = ends[0];
+        writer = ends[1];
+    }
+    ~Pipe() {
+        close(reader);
+        close(writer);
+    }
+};
+
+struct PseudoTerminal {
+    int master = posix_openpt(O_RDWR | O_NOCTTY);
+    int slave = -1;
+    PseudoTerminal() {
+        if (grantpt(master) == 0 && unlockpt(master) == 0) slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+    }
+    ~PseudoTerminal() {
+        close(master);
+        close(slave);
+    }
+};
+
+TEST(Terminal, TellsTheWidthOfTheOutputAndElseOfTheErrors) {
+    const PseudoTerminal terminal;
+    ASSERT_GE(terminal.slave, 0);
+    const Pipe pipe;
+    winsize size = {};
+    size.ws_col = 87;
+    ASSERT_EQ(ioctl(terminal.master, TIOCSWINSZ, &size), 0);
+    const auto widthWith = [](int output, int errors) {
+        return inChild([&] {
+            dup2(output, STDOUT_FILENO);
+            dup2(errors, STDERR_FILENO);
+            const bool both = isTerminal(StandardStream::output) || isTerminal(StandardStream::errors);
+            return both == terminalWidth().has_value() ? static_cast<int>(terminalWidth().value_or(0)) : 255;
+        });
+    };
+    EXPECT_EQ(widthWith(terminal.slave, pipe.writer), 87);
+    EXPECT_EQ(widthWith(pipe.writer, terminal.slave), 87);
+    EXPECT_EQ(widthWith(pipe.writer, pipe.writer), 0);
+}
+
+TEST(Terminal, WritesEverythingToASlowNonBlockingReader) {
+    const Pipe pipe;
+    const std::string text(1 << 20, 'x');
+    std::size_t received = 0;
+    std::jthread reader([&] {
+        char buffer[4096];
+        while (received < text.size()) {
+            const ssize_t count = read(pipe.reader, buffer, sizeof(buffer));
+            if (count <= 0) break;
+            received += static_cast<std::size_t>(count);
+        }
+    });
+    ASSERT_EQ(fcntl(pipe.writer, F_SETFL, O_NONBLOCK), 0);
+    EXPECT_EQ(inChild([&] {
+                  dup2(pipe.writer, STDOUT_FILENO);
+                  return writeAll(StandardStream::output, text) ? 0 : 1;
+              }),
+              0);
+    reader.join();
+    EXPECT_EQ(received, text.size());
+}
+
+TEST(Terminal, ReportsAReaderThatHasGone) {
+    const auto writeToNobody = [](bool ignoring) {
+        return inChild([ignoring] {
+            Pipe pipe;
+            dup2(pipe.writer, STDOUT_FILENO);
+            close(pipe.reader);
+            signal(SIGPIPE, SIG_DFL);
+            if (ignoring) ignoreClosedPipes();
+            const auto outcome = writeAll(StandardStream::output, "x");
+            return !outcome && isClosedPipe(outcome.error()) ? 7 : 0;
+        });
+    };
+    EXPECT_EQ(writeToNobody(true), 7);
+    EXPECT_EQ(writeToNobody(false), 1000 + SIGPIPE);
+}
+
+std::string nextLine() {
+    const auto line = readLine();
+    return line ? line->value_or("(end)") : line.error().describe();
+}
+
+TEST(Terminal, ReadsLinesAndNotAByteMore) {
+    EXPECT_EQ(inChild([] {
+                  Pipe pipe;
+                  dup2(pipe.reader, STDIN_FILENO);
+                  const std::string text = "yes\n\nrest\nlast";
+                  if (write(pipe.writer, text.data(), text.size()) < 0) return 1;
+                  close(pipe.writer);
+                  if (nextLine() != "yes") return 2;
+                  if (nextLine() != "") return 3;
+                  char rest[5] = {};
+                  if (read(STDIN_FILENO, rest, 5) != 5 || std::string_view(rest, 5) != "rest\n") return 4;
+                  if (nextLine() != "last") return 5;
+                  return nextLine() == "(end)" ? 0 : 6;
+              }),
+              0);
+}
+
+TEST(Interrupts, TheFirstCountsAndTheSecondEndsTheProcess) {
+    const auto after = [](int sent, int signalNumber) {
+        return inChild([=] {
+            signal(SIGINT, SIG_DFL);
+            signal(SIGTERM, SIG_DFL);
+            installInterruptHandler();
+            if (interruptRequested()) return 1;
+            for (int count = 0; count < sent; ++count) raise(signalNumber);
+            return interruptCount() == sent ? 50 + sent : 2;
+        });
+    };
+    EXPECT_EQ(after(0, SIGINT), 50);
+    EXPECT_EQ(after(1, SIGINT), 51);
+    EXPECT_EQ(after(2, SIGINT), 130);
+    EXPECT_EQ(after(1, SIGTERM), 51);
+    EXPECT_EQ(after(2, SIGTERM), 143);
+}
+
+TEST(Interrupts, WhatTheParentIgnoresStaysIgnored) {
+    EXPECT_EQ(inChild([] {
+                  signal(SIGINT, SIG_IGN);
+                  installInterruptHandler();
+                  raise(SIGINT);
+                  raise(SIGINT);
+                  return interruptCount();
+              }),
+              0);
+}
+
+TEST(Interrupts, EndAQuestionThatWaitsForItsAnswer) {
+    EXPECT_EQ(inChild([] {
+                  Pipe pipe;
+                  dup2(pipe.reader, STDIN_FILENO);
+                  signal(SIGALRM, SIG_DFL);
+                  alarm(20);
+                  signal(SIGINT, SIG_DFL);
+                  installInterruptHandler();
+                  std::jthread later([] {
+                      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                      raise(SIGINT);  // to that thread: the one that reads must notice all the same
+                  });
+                  const auto line = readLine();
+                  return !line && line.error().kind == Error::Kind::interrupted ? 0 : 1;
+              }),
+              0);
+}
+
+}  // namespace
+}  // namespace brindle

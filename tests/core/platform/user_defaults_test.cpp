@@ -1,0 +1,222 @@
+#include "core/platform/user_defaults.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <limits>
+#include <thread>
+
+#include "core/platform/base64.h"
+#include "core/platform/files.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::kNeedsUnprivilegedUser;
+using test::permissionsApply;
+using test::TestHome;
+
+using List = std::vector<std::string>;
+
+std::optional<DefaultsValue> valueOf(const UserDefaults& defaults, std::string_view key) {
+    const auto value = defaults.value(key);
+    if (!value) ADD_FAILURE() << value.error().describe();
+    return value.value_or(std::nullopt);
+}
+
+TEST(UserDefaults, GivesBackEveryKindOfValueToAnotherInstance) {
+    const DefaultsValue values[] = {
+        true,
+        std::uint64_t{0},
+        std::numeric_limits<std::uint64_t>::max(),
+        -0.25,
+        std::string("é \"\n\x01"),
+        List{},
+        List{"/a", std::string("/caf\xe9\0x", 8), ""},
+        TimePoint(std::chrono::seconds(-1)),
+        TimePoint(std::chrono::seconds(1'795'245'567)),
+        DefaultsData{std::string("\0\xff{}", 4)},
+        DefaultsData{},
+    };
+    TestHome home;
+    const std::string path = home.path(".config/brindle/preferences.json");
+    for (const DefaultsValue& value : values) {
+        ASSERT_TRUE(fileDefaults(path)->set("brindle.key", value));
+        EXPECT_EQ(valueOf(*fileDefaults(path), "brindle.key"), value) << *readFile(path);
+    }
+    ASSERT_TRUE(fileDefaults(path)->remove("brindle.key"));
+    EXPECT_EQ(valueOf(*fileDefaults(path), "brindle.key"), std::nullopt);
+}
+
+TEST(UserDefaults, RefusesWhatWouldReadBackAsSomethingElse) {
+    TestHome home;
+    const auto defaults = fileDefaults(home.path("preferences.json"));
+    ASSERT_TRUE(defaults->set("kept", true));
+    for (const DefaultsValue& value : {DefaultsValue(std::nan("")), DefaultsValue(std::string("caf\xe9")),
+                                       DefaultsValue(std::monostate())}) {
+        EXPECT_EQ(defaults->set("brindle.key", value).error().kind, Error::Kind::malformed);
+    }
+    EXPECT_FALSE(defaults->set("k\xe9y", true));
+    EXPECT_EQ(*readFile(home.path("preferences.json")), "{\n  \"kept\": true\n}\n");
+}
+
+TEST(UserDefaults, TypesWhatAPersonWroteByHand) {
+    const struct {
+        const char* json;
+        DefaultsValue value;
+    } cases[] = {
+        {"-5", -5.0},
+        {"1.5", 1.5},
+        {"2e10", 2e10},
+        {"18446744073709551616", 18446744073709551616.0},
+        {"\"true\"", std::string("true")},
+        {"null", std::monostate()},
+        {"[1]", std::monostate()},
+        {"[\"a\", [\"b\"]]", std::monostate()},
+        {"{}", std::monostate()},
+        {"{\"date\": \"yesterday\"}", std::monostate()},
+        {"{\"date\": \"2026-11-21T07:19:27Z\", \"zone\": 1}", std::monostate()},
+        {"{\"data\": \"QQ=\"}", std::monostate()},
+        {"{\"data\": \"QR==\"}", std::monostate()},
+        {"{\"data\": \"QQ==\"}", DefaultsData{"A"}},
+    };
+    TestHome home;
+    for (const auto& each : cases) {
+        const auto path = home.text("p.json", "\xEF\xBB\xBF{\"k\": " + std::string(each.json) + "}");
+        EXPECT_EQ(valueOf(*fileDefaults(path), "k"), each.value) << each.json;
+    }
+}
+
+TEST(UserDefaults, KeepsForeignEntriesAndTheirOrderWhenItWrites) {
+    TestHome home;
+    const auto path =
+        home.text("p.json", R"({"z": {"deep": [null, 1.5, -3]}, "brindle.cadence": 7, "a": null})");
+    ASSERT_TRUE(fileDefaults(path)->set("brindle.cadence", std::string("daily")));
+    ASSERT_TRUE(fileDefaults(path)->set("new", std::uint64_t{1}));
+    ASSERT_TRUE(fileDefaults(path)->remove("a"));
+    EXPECT_EQ(*readFile(path),
+              "{\n  \"z\": {\n    \"deep\": [\n      null,\n      1.5,\n      -3\n    ]\n  },\n"
+              "  \"brindle.cadence\": \"daily\",\n  \"new\": 1\n}\n");
+}
+
+TEST(UserDefaults, NeverOverwritesAFileItCannotUnderstand) {
+    const struct {
+        std::string content;
+        const char* reason;
+    } cases[] = {
+        {"", "not JSON"},
+        {"{\n\"a\": 1,\n\"b\": tru\n}", "line 3"},
+        {"{\"a\": 1} x", "not JSON"},
+        {"{\"a\": \"caf\xe9\"}", "not JSON"},
+        {"[\"a\"]", "not a JSON object"},
+        {"{\"a\": 1, \"b\": 2, \"a\": 3}", "the key a stands twice"},
+        {"{\"a\": 1e400}", "too large"},
+    };
+    TestHome home;
+    for (const auto& each : cases) {
+        const auto path = home.text("p.json", each.content);
+        const auto defaults = fileDefaults(path);
+        const auto value = defaults->value("b");
+        ASSERT_FALSE(value) << each.content;
+        EXPECT_EQ(value.error().kind, Error::Kind::malformed);
+        EXPECT_THAT(value.error().describe(), testing::HasSubstr(each.reason));
+        EXPECT_EQ(defaults->set("b", true), std::unexpected(value.error()));
+        EXPECT_EQ(defaults->remove("a"), std::unexpected(value.error()));
+        EXPECT_EQ(*readFile(path), each.content);
+    }
+    const auto folder = fileDefaults(home.folder("folder"));
+    EXPECT_FALSE(folder->value("a"));
+    EXPECT_FALSE(folder->set("a", true));
+}
+
+TEST(UserDefaults, ReadingOrRemovingNothingLeavesNoTrace) {
+    TestHome home;
+    const auto defaults = fileDefaults(home.path("none/p.json"));
+    EXPECT_EQ(valueOf(*defaults, "a"), std::nullopt);
+    EXPECT_TRUE(defaults->remove("a"));
+    EXPECT_TRUE(std::filesystem::is_empty(home.path()));
+}
+
+TEST(UserDefaults, WritesThroughALinkIntoAnotherFolder) {
+    TestHome home;
+    home.text("dotfiles/brindle.json", "{\"a\": 1}");
+    const auto path = home.link(".config/p.json", "../dotfiles/brindle.json");
+    ASSERT_TRUE(fileDefaults(path)->set("a", std::uint64_t{2}));
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+    EXPECT_EQ(valueOf(*fileDefaults(home.path("dotfiles/brindle.json")), "a"),
+              DefaultsValue(std::uint64_t{2}));
+}
+
+TEST(UserDefaults, KeepsTheOldBytesWhenTheFolderCannotBeWritten) {
+    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    TestHome home;
+    const auto path = home.text("config/p.json", "{\"a\": 1}");
+    home.mode("config", 0500);
+    const auto outcome = fileDefaults(path)->set("a", std::uint64_t{2});
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error().kind, Error::Kind::permissionDenied);
+    EXPECT_EQ(*readFile(path), "{\"a\": 1}");
+    home.mode("config/p.json", 0);
+    EXPECT_EQ(fileDefaults(path)->value("a").error().kind, Error::Kind::permissionDenied);
+}
+
+void setManyKeys(const std::string& path, const std::string& name) {
+    const auto defaults = fileDefaults(path);
+    for (std::uint64_t round = 0; round < 50; ++round) {
+        ASSERT_TRUE(defaults->set(name + std::to_string(round), round));
+        if (round % 5 != 0) continue;
+        // One key that all of them count up: no update may be lost.
+        ASSERT_TRUE(defaults->update(
+            "count", [](const auto& stored) -> std::expected<std::optional<DefaultsValue>, Error> {
+                return stored ? std::get<std::uint64_t>(*stored) + 1 : std::uint64_t{1};
+            }));
+    }
+}
+
+void expectManyKeys(const UserDefaults& defaults, const std::string& name) {
+    for (std::uint64_t round = 0; round < 50; ++round) {
+        EXPECT_EQ(valueOf(defaults, name + std::to_string(round)), DefaultsValue(round)) << name;
+    }
+}
+
+TEST(UserDefaults, LosesNothingWhenTwoProcessesWrite) {
+    TestHome home;
+    const auto path = home.path("p.json");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        setManyKeys(path, "child");
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    setManyKeys(path, "parent");
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    expectManyKeys(*fileDefaults(path), "child");
+    expectManyKeys(*fileDefaults(path), "parent");
+    EXPECT_EQ(valueOf(*fileDefaults(path), "count"), DefaultsValue(std::uint64_t{20}));
+}
+
+TEST(UserDefaults, LosesNothingWhenManyThreadsWrite) {
+    TestHome home;
+    const auto path = home.path("p.json");
+    {
+        std::vector<std::jthread> writers;
+        for (int thread = 0; thread < 4; ++thread) {
+            writers.emplace_back(
+                [&path, thread] { setManyKeys(path, "thread" + std::to_string(thread) + "-"); });
+        }
+    }
+    for (int thread = 0; thread < 4; ++thread) {
+        expectManyKeys(*fileDefaults(path), "thread" + std::to_string(thread) + "-");
+    }
+    EXPECT_EQ(valueOf(*fileDefaults(path), "count"), DefaultsValue(std::uint64_t{40}));
+}
+
+}  // namespace
+}  // namespace brindle
