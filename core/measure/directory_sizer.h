@@ -1,0 +1,49 @@
+// How much is there? Walks a tree and counts what it occupies.
+//
+// - Symbolic links are never followed: a link counts as itself.
+// - The walk stays on the volume where it began; folders on another one are listed, not entered.
+// - A file with several names counts once for each tracker; further sightings go to deduplicatedBytes.
+// - A folder that cannot be opened, an entry whose status cannot be read, and a listing that breaks off are
+// listed
+//   in unreadablePaths while everything beside them is counted. A folder that has vanished is not listed.
+// - One status call an entry; a folder's own comes from its open descriptor. At most about 150 descriptors
+// are
+//   open at a time, and memory grows with the breadth of what is pending, not with the number of files.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/measure/hardlink_tracker.h"
+#include "core/model/directory_measurement.h"
+
+namespace brindle {
+
+// Polled before every entry, from several threads at once; must be cheap and thread-safe. A null function
+// never cancels.
+using CancellationTest = std::function<bool()>;
+
+struct MeasureOptions {
+    HardlinkTracker* hardlinks = nullptr;  // null: every name of a file counts
+    CancellationTest isCancelled;
+};
+
+// Blocking; call it off the interface thread. A cancelled walk returns what it had counted so far.
+class DirectorySizer {
+  public:
+    // On the calling thread alone. Works for files and links too; a path without status is listed as
+    // unreadable.
+    DirectoryMeasurement measure(const std::string& path, const MeasureOptions& options = {}) const;
+
+    // The same numbers, walked by all the workers of the process.
+    DirectoryMeasurement measureConcurrently(const std::string& path,
+                                             const MeasureOptions& options = {}) const;
+
+    // Each path by itself, all at once, with one tracker.
+    std::map<std::string, DirectoryMeasurement> measure(const std::vector<std::string>& paths,
+                                                        const MeasureOptions& options = {}) const;
+};
+
+}  // namespace brindle

@@ -1,0 +1,85 @@
+#include "core/measure/listed_folder.h"
+
+#include <algorithm>
+
+#include "core/platform/machine.h"
+
+namespace brindle {
+
+namespace {
+
+// The process needs others as well: one for each worker's own folder, the standard three, files of its own.
+int descriptorsToKeep() {
+    constexpr int kMost = 128;
+    constexpr int kForOthers = 96;
+    const auto limit = static_cast<std::int64_t>(std::min<std::uint64_t>(descriptorLimit(), 1 << 20));
+    return static_cast<int>(std::clamp<std::int64_t>(limit - kForOthers, 0, kMost));
+}
+
+}  // namespace
+
+DescriptorBudget& DescriptorBudget::ofProcess() {
+    static DescriptorBudget budget(descriptorsToKeep());
+    return budget;
+}
+
+bool DescriptorBudget::take() {
+    if (left_.fetch_sub(1, std::memory_order_relaxed) > 0) return true;
+    left_.fetch_add(1, std::memory_order_relaxed);
+    return false;
+}
+
+void DescriptorBudget::giveBack() {
+    left_.fetch_add(1, std::memory_order_relaxed);
+}
+
+ListedFolder::ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder)
+    : parent_(parent), name_(name), open_(std::move(folder)), isKept_(DescriptorBudget::ofProcess().take()) {}
+
+ListedFolder* ListedFolder::retain() {
+    references_.fetch_add(1, std::memory_order_relaxed);
+    return this;
+}
+
+void ListedFolder::release(ListedFolder* folder) {
+    while (folder != nullptr && folder->references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        ListedFolder* parent = folder->parent_;
+        delete folder;
+        folder = parent;
+    }
+}
+
+std::string ListedFolder::path() const {
+    std::vector<const ListedFolder*> chain;
+    for (const ListedFolder* folder = this; folder != nullptr; folder = folder->parent_)
+        chain.push_back(folder);
+    std::string path = chain.back()->name_;
+    for (auto folder = chain.rbegin() + 1; folder != chain.rend(); ++folder) {
+        if (!path.ends_with('/')) path += '/';
+        path += (*folder)->name_;
+    }
+    return path;
+}
+
+std::string ListedFolder::pathOf(std::string_view name) const {
+    std::string whole = path();
+    if (!whole.ends_with('/')) whole += '/';
+    return whole.append(name);
+}
+
+void ListedFolder::addUsers(std::uint32_t count) {
+    users_.fetch_add(count, std::memory_order_relaxed);
+}
+
+void ListedFolder::removeUser() {
+    if (users_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    open_.close();
+    if (isKept_) DescriptorBudget::ofProcess().giveBack();
+}
+
+void FolderNames::add(const char* name) {
+    starts_.push_back(static_cast<std::uint32_t>(bytes_.size()));
+    bytes_.append(name).push_back('\0');
+}
+
+}  // namespace brindle

@@ -1,0 +1,224 @@
+#include "core/measure/directory_sizer.h"
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#ifdef __linux__
+#include <sched.h>
+#endif
+
+#include "core/platform/file_status.h"
+#include "tests/support/disk_usage.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::TestHome;
+
+// Folders nested by name, deeper than one path may be long.
+void makeChain(const std::string& top, int depth, bool hasSiblings) {
+    const auto start = std::filesystem::current_path();
+    std::filesystem::current_path(top);
+    for (int level = 0; level < depth; ++level) {
+        ASSERT_EQ(mkdir("a-folder", 0700), 0);
+        ASSERT_TRUE(!hasSiblings || mkdir("sibling", 0700) == 0);
+        ASSERT_EQ(chdir("a-folder"), 0);
+    }
+    std::filesystem::current_path(start);
+}
+
+void makeStore(TestHome& home, const std::string& top) {
+    for (int package = 0; package < 40; ++package) {
+        const std::string folder = top + "/package" + std::to_string(package) + "/lib";
+        home.file(folder + "/index", static_cast<std::size_t>(package) * 700);
+        home.hardLink(folder + "/same", folder + "/index");
+        home.link(folder + "/link", "index");
+        home.folder(folder + "/empty");
+    }
+    home.sparse(top + "/image", 50'000'000, 10'000);
+}
+
+// Far more entries than one portion of a listing holds, with folders among the later ones.
+void makeWide(TestHome& home, const std::string& top) {
+    for (int entry = 0; entry < 4000; ++entry)
+        home.file(top + "/a-file-with-a-name-" + std::to_string(entry), 10);
+    for (int entry = 0; entry < 200; ++entry)
+        home.file(top + "/z-folder-" + std::to_string(entry) + "/inside", 9000);
+}
+
+// Without the home folder itself.
+std::uint64_t usageBelow(const TestHome& home) {
+    return test::diskUsage(home.path()) - statusOf(home.path())->blocks * 512;
+}
+
+struct Tree {
+    const char* name;
+    void (*make)(TestHome&, const std::string&);
+};
+
+class DirectorySizerTrees : public testing::TestWithParam<Tree> {};
+
+TEST_P(DirectorySizerTrees, CountsWhatDuCountsAloneAndConcurrently) {
+    TestHome home;
+    home.folder("tree");
+    GetParam().make(home, "tree");
+    const std::string tree = home.path("tree");
+    const std::size_t descriptors = test::openDescriptors();
+    HardlinkTracker forSerial;
+    HardlinkTracker forParallel;
+
+    const DirectoryMeasurement serial = DirectorySizer().measure(tree, {&forSerial, {}});
+    const DirectoryMeasurement parallel = DirectorySizer().measureConcurrently(tree, {&forParallel, {}});
+
+    EXPECT_EQ(serial.allocatedBytes, test::diskUsage(tree));
+    EXPECT_EQ(serial, parallel);
+    EXPECT_TRUE(serial.isComplete());
+    EXPECT_EQ(forSerial.count(), forParallel.count());
+    EXPECT_EQ(test::openDescriptors(), descriptors);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , DirectorySizerTrees,
+    testing::Values(
+        Tree{"Empty", [](TestHome&, const std::string&) {}}, Tree{"Store", makeStore}, Tree{"Wide", makeWide},
+        Tree{"Chain", [](TestHome& home, const std::string& top) { makeChain(home.path(top), 2000, false); }},
+        Tree{"ChainWithSiblings",
+             [](TestHome& home, const std::string& top) { makeChain(home.path(top), 700, true); }}),
+    [](const auto& tree) { return tree.param.name; });
+
+TEST(DirectorySizer, CountsAFileOfSeveralCachesOncePerScan) {
+    TestHome home;
+    home.file("first/data", 100'000);
+    home.hardLink("second/data", "first/data");
+    const DirectorySizer sizer;
+
+    const auto both = [&](HardlinkTracker* tracker) {
+        const auto first = sizer.measureConcurrently(home.path("first"), {tracker, {}});
+        return std::pair(first, sizer.measureConcurrently(home.path("second"), {tracker, {}}));
+    };
+    HardlinkTracker tracker;
+    const auto [first, second] = both(&tracker);
+    EXPECT_EQ(first.fileCount, 1);
+    EXPECT_EQ(second.fileCount, 0);
+    EXPECT_EQ(second.deduplicatedBytes, 102'400U);
+    EXPECT_FALSE(second.newestModified);
+    EXPECT_EQ(first.allocatedBytes + second.allocatedBytes, usageBelow(home));
+
+    const auto [untracked, again] = both(nullptr);
+    EXPECT_EQ(untracked.allocatedBytes, again.allocatedBytes);
+}
+
+TEST(DirectorySizer, CountsRootsThatAreNoFoldersAndRootsThatAreGone) {
+    TestHome home;
+    home.file("big/data", 1'000'000);
+    home.link("link", "big");
+    const DirectorySizer sizer;
+
+    const DirectoryMeasurement link = sizer.measureConcurrently(home.path("link"));
+    EXPECT_EQ(link.fileCount, 1);
+    EXPECT_EQ(link.directoryCount, 0);
+    EXPECT_LT(link.allocatedBytes, 8192U);
+    EXPECT_EQ(sizer.measure(home.path("big/data")).logicalBytes, 1'000'000U);
+    const DirectoryMeasurement gone = sizer.measureConcurrently(home.path("gone"));
+    EXPECT_EQ(gone.unreadablePaths, std::vector{home.path("gone")});
+    EXPECT_EQ(gone.allocatedBytes, 0U);
+}
+
+TEST(DirectorySizer, KeepsTheTimesOfFilesOnlyInWholeSeconds) {
+    TestHome home;
+    home.file("tree/old", 10);
+    home.file("tree/new", 10);
+    home.modified("tree/old", -86'400);
+    home.modified("tree/new", 4'000'000'000);
+    const DirectoryMeasurement measurement = DirectorySizer().measure(home.path("tree"));
+    EXPECT_EQ(measurement.oldestModified, std::chrono::sys_seconds(std::chrono::seconds(-86'400)));
+    EXPECT_EQ(measurement.newestModified, std::chrono::sys_seconds(std::chrono::seconds(4'000'000'000)));
+}
+
+TEST(DirectorySizer, ReturnsWhatItHadWhenCancelled) {
+    TestHome home;
+    makeStore(home, "tree");
+    makeWide(home, "tree/wide");
+    const std::size_t descriptors = test::openDescriptors();
+    const std::int64_t whole = DirectorySizer().measure(home.path("tree")).fileCount;
+    for (const int allowed : {0, 1, 50, 2000}) {
+        std::atomic<int> polls = 0;
+        const CancellationTest test = [&polls, allowed] { return ++polls > allowed; };
+        EXPECT_LT(DirectorySizer().measure(home.path("tree"), {nullptr, test}).fileCount, whole);
+        polls = 0;
+        EXPECT_LT(DirectorySizer().measureConcurrently(home.path("tree"), {nullptr, test}).fileCount, whole);
+    }
+    EXPECT_EQ(test::openDescriptors(), descriptors);
+}
+
+TEST(DirectorySizer, MeasuresManyPathsAtOnceWithOneTracker) {
+    TestHome home;
+    std::vector<std::string> paths;
+    home.file("original", 50'000);
+    for (int cache = 0; cache < 5; ++cache) {
+        const std::string name = "cache" + std::to_string(cache);
+        makeStore(home, name);
+        home.hardLink(name + "/shared", "original");
+        paths.push_back(home.path(name));
+    }
+    HardlinkTracker tracker;
+    const auto measurements = DirectorySizer().measure(paths, {&tracker, {}});
+    DirectoryMeasurement sum;
+    for (const auto& [path, measurement] : measurements) sum += measurement;
+    EXPECT_EQ(measurements.size(), paths.size());
+    sum += DirectorySizer().measure(home.path("original"), {&tracker, {}});
+    EXPECT_EQ(sum.allocatedBytes, usageBelow(home));
+}
+
+TEST(DirectorySizerUnprivileged, ListsWhatItCannotReadAndCountsTheRest) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    TestHome home;
+    home.file("tree/readable/data", 5000);
+    home.file("tree/closed/data", 5000);
+    home.file("tree/unsearchable/data", 5000);
+    home.mode("tree/closed", 0000);
+    home.mode("tree/unsearchable", 0400);
+    for (const bool isParallel : {false, true}) {
+        const std::string tree = home.path("tree");
+        const DirectoryMeasurement measurement =
+            isParallel ? DirectorySizer().measureConcurrently(tree) : DirectorySizer().measure(tree);
+        EXPECT_EQ(measurement.unreadablePaths,
+                  (std::vector{home.path("tree/closed"), home.path("tree/unsearchable/data")}));
+        EXPECT_EQ(measurement.fileCount, 1);
+        EXPECT_EQ(measurement.directoryCount, 3);
+    }
+    EXPECT_EQ(DirectorySizer().measure(home.path("tree/closed")).unreadablePaths.size(), 1U);
+}
+
+#ifdef __linux__
+// In a mount namespace of the test's own thread: nothing is left behind, whatever happens.
+TEST(DirectorySizer, ListsAMountedVolumeAndDoesNotEnterIt) {
+    TestHome home;
+    home.file("tree/data", 5000);
+    home.folder("tree/mounted");
+    bool isMounted = false;
+    DirectoryMeasurement measurement;
+    std::thread([&] {
+        isMounted = unshare(CLONE_NEWNS) == 0 && mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                    mount("tmpfs", home.path("tree/mounted").c_str(), "tmpfs", 0, nullptr) == 0;
+        if (!isMounted) return;
+        home.file("tree/mounted/elsewhere", 100'000);
+        measurement = DirectorySizer().measure(home.path("tree"));
+    }).join();
+    if (!isMounted) GTEST_SKIP() << "this process may not mount anything";
+    EXPECT_EQ(measurement.otherVolumePaths, std::vector{home.path("tree/mounted")});
+    EXPECT_EQ(measurement.fileCount, 1);
+    EXPECT_EQ(measurement.directoryCount, 1);
+    EXPECT_FALSE(measurement.isComplete());
+}
+#endif
+
+}  // namespace
+}  // namespace brindle
