@@ -1,0 +1,91 @@
+#include "core/settings/full_disk_access.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "core/text/core_strings.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::kNeedsUnprivilegedUser;
+using test::permissionsApply;
+using test::TestHome;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+FullDiskAccess accessIn(const TestHome& home) {
+    return FullDiskAccess(home.path(), home.path("system"));
+}
+
+TEST(FullDiskAccess, IsGrantedWhereNoProbeExists) {
+    TestHome home;
+    home.folder("Library");
+    EXPECT_TRUE(accessIn(home).isGranted());
+    const std::string report = accessIn(home).report();
+    EXPECT_EQ(std::ranges::count(report, '\n'), 11);
+    EXPECT_THAT(report, HasSubstr(home.path("Library/Mail: not there\n")));
+    EXPECT_THAT(report, HasSubstr(home.path("system/Application Support/com.apple.TCC/TCC.db: not there\n")));
+}
+
+// A folder where a file is expected cannot be read as one, whoever runs this.
+TEST(FullDiskAccess, IsNotGrantedWhenEveryExistingProbeFails) {
+    TestHome home;
+    home.folder("system/Application Support/com.apple.TCC/TCC.db");
+    EXPECT_FALSE(accessIn(home).isGranted());
+    EXPECT_THAT(accessIn(home).report(), HasSubstr("/TCC.db: could not read: Is a directory\n"));
+    home.folder("Library/Metadata/CoreSpotlight");
+    EXPECT_TRUE(accessIn(home).isGranted()) << "one readable probe is enough";
+    EXPECT_THAT(accessIn(home).report(), HasSubstr("/CoreSpotlight: readable\n"));
+}
+
+TEST(FullDiskAccess, FollowsTheModesOfTheProbes) {
+    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    const struct {
+        unsigned mail;
+        unsigned safari;
+        unsigned bookmarks;
+        bool granted;
+    } cases[] = {
+        {0, 0, 0600, false},    // the file lies in a folder that cannot be entered: unknown is no
+        {0, 0100, 0, false},    // nothing can be read
+        {0, 0100, 0600, true},  // only the file can
+        {0, 0500, 0, true},     // only its folder can
+        {0700, 0, 0, true},
+    };
+    for (const auto& each : cases) {
+        TestHome home;
+        home.folder("Library/Mail");
+        home.text("Library/Safari/Bookmarks.plist", "x");
+        home.mode("Library/Safari/Bookmarks.plist", each.bookmarks);
+        home.mode("Library/Safari", each.safari);
+        home.mode("Library/Mail", each.mail);
+        EXPECT_EQ(accessIn(home).isGranted(), each.granted) << accessIn(home).report();
+    }
+}
+
+TEST(FullDiskAccess, BlockedIsWhatExistsAndCannotBeListed) {
+    TestHome home;
+    const auto open = home.folder("open");
+    const auto file = home.text("file", "x");
+    EXPECT_THAT(FullDiskAccess::blockedPaths({file, open, home.path("none"), file + "/below"}),
+                ElementsAre(file));
+    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    const auto shut = home.folder("shut");
+    home.mode("shut", 0300);
+    EXPECT_THAT(FullDiskAccess::blockedPaths({open, shut, file}), ElementsAre(shut, file));
+}
+
+TEST(FullDiskAccess, NamesTheWayOut) {
+    EXPECT_EQ(
+        FullDiskAccess::remedy(),
+        "Open System Settings → Privacy & Security → Full Disk Access, turn on Brindle, then quit and reopen "
+        "Brindle and scan again.");
+    EXPECT_THAT(FullDiskAccess::settingsURL(), testing::StartsWith("x-apple.systempreferences:"));
+}
+
+}  // namespace
+}  // namespace brindle

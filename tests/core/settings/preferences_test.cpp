@@ -1,0 +1,189 @@
+#include "core/settings/preferences.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "core/platform/files.h"
+#include "core/text/byte_format.h"
+#include "core/text/core_strings.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::TestHome;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+Preferences preferencesWith(TestHome& home, std::string_view json) {
+    return Preferences(fileDefaults(home.text("preferences.json", json)));
+}
+
+void expectDefaults(const Preferences& preferences) {
+    EXPECT_THAT(preferences.disabledModules(), IsEmpty());
+    EXPECT_THAT(preferences.projectRoots(), ElementsAre("Projects", "Developer", "Code", "code", "src", "dev",
+                                                        "work", "repos", "Documents/GitHub", "Sites"));
+    EXPECT_THAT(preferences.protectedPaths(), IsEmpty());
+    EXPECT_FALSE(preferences.lowDiskAlertsEnabled());
+    EXPECT_EQ(preferences.lowDiskThreshold(), 20'000'000'000U);
+    EXPECT_FALSE(preferences.autoCleanEnabled());
+    EXPECT_FALSE(preferences.scheduledScansEnabled());
+    EXPECT_EQ(preferences.cadence(), Cadence::weekly);
+    EXPECT_EQ(preferences.lastScheduledRun(), std::nullopt);
+    EXPECT_EQ(preferences.notifyThreshold(), 20'000'000'000U);
+    EXPECT_FALSE(preferences.hasCompletedOnboarding());
+    EXPECT_EQ(preferences.preferredLanguage(), std::nullopt);
+}
+
+TEST(Preferences, AnswerTheirDefaultsWhereNothingIsStored) {
+    TestHome home;
+    const Preferences preferences(fileDefaults(home.path("none.json")));
+    expectDefaults(preferences);
+    EXPECT_TRUE(preferences.readable());
+}
+
+TEST(Preferences, AnswerTheirDefaultsWhereAnotherTypeIsStored) {
+    TestHome home;
+    for (const std::string_view wrong : {"\"true\"", "null", "[1]", "{}", "-1", "1e300"}) {
+        std::string json;
+        for (const std::string_view key :
+             {"disabledModules", "projectRoots", "protectedPaths", "lowDiskAlerts", "lowDiskThreshold",
+              "autoClean", "scheduledScans", "cadence", "lastScheduledRun", "notifyThresholdBytes",
+              "onboarded", "language"}) {
+            json +=
+                (json.empty() ? "{" : ",") + ("\"brindle." + std::string(key) + "\":") + std::string(wrong);
+        }
+        expectDefaults(preferencesWith(home, json + "}"));
+    }
+}
+
+TEST(Preferences, StoreEverySettingUnderItsOwnKeyForAnotherInstance) {
+    TestHome home;
+    const std::string path = home.path("preferences.json");
+    Preferences writer(fileDefaults(path));
+    const TimePoint moment{std::chrono::seconds(1'795'245'567)};
+    ASSERT_TRUE(writer.setDisabledModules({ModuleID::docker, ModuleID::xcode}));
+    ASSERT_TRUE(writer.setProjectRoots({"b", "a", "/srv/a"}));
+    ASSERT_TRUE(writer.setProtectedPaths({"/b", "/a"}));
+    ASSERT_TRUE(writer.setLowDiskAlertsEnabled(true));
+    ASSERT_TRUE(writer.setLowDiskThreshold(1));
+    ASSERT_TRUE(writer.setAutoCleanEnabled(true));
+    ASSERT_TRUE(writer.setScheduledScansEnabled(true));
+    ASSERT_TRUE(writer.setCadence(Cadence::monthly));
+    ASSERT_TRUE(writer.setLastScheduledRun(moment));
+    ASSERT_TRUE(writer.setNotifyThreshold(2));
+    ASSERT_TRUE(writer.setHasCompletedOnboarding(true));
+    ASSERT_TRUE(writer.setPreferredLanguage("pt-PT"));
+
+    const Preferences reader(fileDefaults(path));
+    EXPECT_THAT(reader.disabledModules(), ElementsAre(ModuleID::xcode, ModuleID::docker));
+    EXPECT_THAT(reader.projectRoots(), ElementsAre("b", "a", "/srv/a"));
+    EXPECT_THAT(reader.protectedPaths(), ElementsAre("/a", "/b"));
+    EXPECT_TRUE(reader.lowDiskAlertsEnabled() && reader.autoCleanEnabled() &&
+                reader.scheduledScansEnabled() && reader.hasCompletedOnboarding());
+    EXPECT_EQ(reader.lowDiskThreshold(), 1U);
+    EXPECT_EQ(reader.notifyThreshold(), 2U);
+    EXPECT_EQ(reader.cadence(), Cadence::monthly);
+    EXPECT_EQ(reader.lastScheduledRun(), moment);
+    EXPECT_EQ(reader.preferredLanguage(), "pt-PT");
+
+    const std::string file = *readFile(path);
+    EXPECT_EQ(std::ranges::count(file, ':'), 13 + 2);  // twelve keys, the date's tag, and its own two
+    EXPECT_THAT(file, HasSubstr("\"brindle.notifyThresholdBytes\": 2"));
+    EXPECT_THAT(file, HasSubstr("\"brindle.onboarded\": true"));
+
+    ASSERT_TRUE(writer.setPreferredLanguage(std::nullopt));
+    ASSERT_TRUE(writer.setLastScheduledRun(std::nullopt));
+    EXPECT_EQ(reader.preferredLanguage(), std::nullopt);
+    EXPECT_EQ(reader.lastScheduledRun(), std::nullopt);
+}
+
+TEST(Preferences, TakeWhatIsUsableOfAHandEditedFile) {
+    TestHome home;
+    const auto preferences = preferencesWith(home, R"({"brindle.cadence": "Weekly!", "brindle.language": "pt",
+        "brindle.projectRoots": [], "brindle.disabledModules": ["xcode", "teleporter", "xcode"],
+        "brindle.lowDiskThreshold": 1e10, "brindle.notifyThresholdBytes": 7.9})");
+    EXPECT_EQ(preferences.cadence(), Cadence::weekly);
+    EXPECT_EQ(preferences.preferredLanguage(), std::nullopt);
+    EXPECT_THAT(preferences.projectRoots(), IsEmpty());
+    EXPECT_THAT(preferences.disabledModules(), ElementsAre(ModuleID::xcode));
+    EXPECT_EQ(preferences.lowDiskThreshold(), 10'000'000'000U);
+    EXPECT_EQ(preferences.notifyThreshold(), 7U);
+    EXPECT_TRUE(preferences.readable());
+}
+
+TEST(Preferences, AreNotReadableWhenWhatHoldsBrindleBackCannotBeTrusted) {
+    const struct {
+        const char* json;
+        const char* reason;
+    } cases[] = {
+        {"{", "not JSON"},
+        {R"({"brindle.protectedPaths": "/home/u/keep"})", "brindle.protectedPaths is not a list of text"},
+        {R"({"brindle.protectedPaths": ["/a", 1]})", "brindle.protectedPaths is not a list of text"},
+        {R"({"brindle.protectedPaths": ["/a", "~/keep"]})",
+         "~/keep in brindle.protectedPaths does not begin with /"},
+        {R"({"brindle.disabledModules": true})", "brindle.disabledModules is not a list of text"},
+    };
+    TestHome home;
+    for (const auto& each : cases) {
+        const auto outcome = preferencesWith(home, each.json).readable();
+        ASSERT_FALSE(outcome) << each.json;
+        EXPECT_THAT(outcome.error().describe(), HasSubstr(each.reason));
+    }
+}
+
+TEST(Preferences, AddAndRemoveProtectedPathsWithoutLosingOthers) {
+    TestHome home;
+    const auto path = home.path("preferences.json");
+    const std::string bytes = "/caf\xe9,x";
+    {
+        std::vector<std::jthread> writers;
+        for (const char* name : {"/a", "/b"}) {
+            writers.emplace_back([&path, name] {
+                for (int round = 0; round < 20; ++round) {
+                    EXPECT_TRUE(
+                        Preferences(fileDefaults(path)).addProtectedPath(name + std::to_string(round)));
+                }
+            });
+        }
+    }
+    Preferences preferences(fileDefaults(path));
+    EXPECT_EQ(preferences.protectedPaths().size(), 40U);
+    ASSERT_TRUE(preferences.setProtectedPaths({"/a"}));
+    ASSERT_TRUE(preferences.addProtectedPath(bytes));
+    ASSERT_TRUE(preferences.removeProtectedPath("/a"));
+    ASSERT_TRUE(preferences.removeProtectedPath("/never"));
+    EXPECT_THAT(preferences.protectedPaths(), ElementsAre(bytes));
+}
+
+TEST(Preferences, RefuseWhatWouldProtectNothing) {
+    TestHome home;
+    const std::string json = R"({"brindle.protectedPaths": "/home/u/keep"})";
+    auto preferences = preferencesWith(home, json);
+    EXPECT_FALSE(preferences.addProtectedPath("relative"));
+    EXPECT_FALSE(preferences.addProtectedPath(std::string("/a\0b", 4)));
+    EXPECT_FALSE(preferences.setProtectedPaths({"/a", "~/b"}));
+    EXPECT_FALSE(preferences.addProtectedPath("/a"));  // would replace what the user meant to protect
+    EXPECT_FALSE(preferences.setPreferredLanguage("tlh"));
+    EXPECT_EQ(*readFile(home.path("preferences.json")), json);
+}
+
+TEST(Preferences, ApplyAndTakeBackTheLanguageOfTextsAndNumbers) {
+    TestHome home;
+    Preferences preferences(fileDefaults(home.path("preferences.json")));
+    ASSERT_TRUE(preferences.setPreferredLanguage("de"));
+    preferences.applyLanguage();
+    EXPECT_EQ(CoreStrings::overrideLanguage(), "de");
+    EXPECT_EQ(ByteFormat::shortText(1'234'567), "1,2 MB");
+    ASSERT_TRUE(preferences.setPreferredLanguage(std::nullopt));
+    preferences.applyLanguage();
+    EXPECT_EQ(CoreStrings::overrideLanguage(), std::nullopt);
+    EXPECT_EQ(ByteFormat::overrideLocale(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace brindle
