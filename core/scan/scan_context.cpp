@@ -1,0 +1,80 @@
+#include "core/scan/scan_context.h"
+
+#include <algorithm>
+
+#include "core/platform/file_status.h"
+#include "core/platform/files.h"
+#include "core/text/core_strings.h"
+
+namespace brindle {
+
+namespace {
+
+using std::chrono::sys_seconds;
+
+sys_seconds modifiedOrEarliest(const std::string& path) {
+    const auto status = statusOf(path);
+    return status ? sys_seconds(std::chrono::seconds(status->modified)) : sys_seconds::min();
+}
+
+}  // namespace
+
+std::string ScanContext::path(std::string_view relative) const {
+    return home + "/" + std::string(relative);
+}
+
+bool ScanContext::exists(const std::string& path) const {
+    return brindle::exists(path);
+}
+
+std::optional<DirectoryMeasurement> ScanContext::measure(const std::string& path) const {
+    if (isCancelled() || !exists(path)) return std::nullopt;
+    DirectoryMeasurement measurement = sizer.measureConcurrently(path, {hardlinks.get(), isCancelled});
+    for (const std::string& unreadable : measurement.unreadablePaths) {
+        diagnostics->record(unreadable, UnreachableLocation::Reason::permissionDenied);
+    }
+    for (const std::string& foreign : measurement.otherVolumePaths) {
+        diagnostics->record(foreign, UnreachableLocation::Reason::differentVolume);
+    }
+    return measurement;
+}
+
+std::vector<ChildEntry> ScanContext::children(const std::string& path) const {
+    auto names = listFolder(path);
+    if (!names) {
+        if (exists(path)) diagnostics->record(path, UnreachableLocation::Reason::permissionDenied);
+        return {};
+    }
+    std::ranges::sort(*names);
+    std::vector<ChildEntry> children;
+    for (const std::string& name : *names) {
+        if (name.starts_with('.')) continue;
+        const std::string child = path + "/" + name;
+        children.push_back({child, modifiedOrEarliest(child)});
+    }
+    return children;
+}
+
+std::optional<int> ScanContext::days(std::optional<sys_seconds> since) const {
+    if (!since) return std::nullopt;
+    return wholeDaysBetween(*since, std::chrono::floor<std::chrono::seconds>(now));
+}
+
+std::string ScanContext::relativeAge(std::optional<sys_seconds> date) const {
+    const auto age = days(date);
+    if (!age) return CoreStrings::localized("unknown");
+    if (*age < 1) return CoreStrings::localized("today");
+    if (*age == 1) return CoreStrings::localized("yesterday");
+    if (*age < 30) return CoreStrings::plural("count.daysAgo", *age);
+    if (*age < 60) return CoreStrings::localized("last month");
+    if (*age < 365) return CoreStrings::plural("count.monthsAgo", *age / 30);
+    return CoreStrings::localized("over a year ago");
+}
+
+std::string ScanContext::displayPath(const std::string& path) const {
+    if (path == home) return "~";
+    if (path.starts_with(home + "/")) return "~" + path.substr(home.size());
+    return path;
+}
+
+}  // namespace brindle

@@ -1,0 +1,36 @@
+// The result of one scan: never changed after it is built, free to pass between threads.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "core/model/disk_info.h"
+#include "core/model/project.h"
+#include "core/model/storage_category.h"
+#include "core/scan/module_result.h"
+#include "core/text/calendar.h"
+
+namespace brindle {
+
+struct ScanReport {
+    std::vector<ModuleResult> modules;  // largest first
+    std::optional<DiskInfo> disk;       // absent when the capacity could not be read
+    double duration = 0;                // seconds of wall time
+    TimePoint finishedAt;
+    std::vector<Project> projects;
+    std::vector<StorageCategory> storage;
+
+    bool operator==(const ScanReport&) const = default;
+
+    std::vector<CleanupItem> allItems() const;
+    std::vector<UnreachableLocation> unreachable() const;
+    std::uint64_t developerBytes() const;
+    std::uint64_t reclaimableBytes() const;
+    std::uint64_t bytes(Classification classification) const;
+    std::vector<ModuleResult> installedModules() const;  // tool present and something found
+    std::vector<Project> dormantProjects() const;        // last used 90 whole days or more before the end
+    bool isPartial() const;                              // some place or slice could not be measured
+};
+
+}  // namespace brindle

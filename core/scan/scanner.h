@@ -1,0 +1,44 @@
+// Runs every module once, side by side, and makes one report of what they found.
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "core/scan/scan_module.h"
+#include "core/scan/scan_report.h"
+
+namespace brindle {
+
+// How long one step of a scan took, for `brindle scan --timings`.
+struct StageTiming {
+    std::string stage;  // a module's raw identity, or a step: "merge", "capacity"
+    double seconds = 0;
+};
+
+struct ScanRequest {
+    std::set<ModuleID> disabledModules;
+    bool includeProjects = true;
+    // One call at a time, in the order in which modules finish, from a thread of the scan; must not block.
+    std::function<void(const ModuleResult&)> onModuleFinished;
+    // Called once at the end, in the order in which the stages ended.
+    std::function<void(const std::vector<StageTiming>&)> onTimings;
+};
+
+class Scanner {
+  public:
+    explicit Scanner(ModuleList modules) : modules_(std::move(modules)) {}
+
+    // Blocking. A cancelled scan still returns a report, of what was gathered until then.
+    ScanReport scan(const ScanContext& context, const ScanRequest& request) const;
+
+    // One result for each identity: items and unreachable locations in input order, the tool installed if any
+    // says so. In the order of first appearance.
+    static std::vector<ModuleResult> merge(const std::vector<ModuleResult>& results);
+
+  private:
+    ModuleList modules_;
+};
+
+}  // namespace brindle

@@ -1,0 +1,83 @@
+#include "core/session/session.h"
+
+#include <algorithm>
+#include <set>
+
+#include "core/modules/default_modules.h"
+
+namespace brindle {
+
+namespace {
+
+std::string variable(const std::vector<std::string>& environment, std::string_view name) {
+    for (const std::string& entry : environment) {
+        if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=') {
+            return entry.substr(name.size() + 1);
+        }
+    }
+    return "";
+}
+
+// A home that was named keeps its settings below itself, whatever the environment says of this user's.
+std::shared_ptr<UserDefaults> defaultsFor(const SessionHome& home) {
+    if (!home.isCurrentUser) return fileDefaults(home.path + "/.config/brindle/preferences.json");
+    const std::string configured = variable(home.environment, "XDG_CONFIG_HOME");
+    return standardDefaults(configured.starts_with('/') ? configured : home.path + "/.config");
+}
+
+std::set<ModuleID> modulesLeftOut(const Preferences& preferences, const ScanOptions& options) {
+    std::set<ModuleID> leftOut = preferences.disabledModules();
+    for (const ModuleID module : allCases<ModuleID>()) {
+        if (options.only && module != *options.only) leftOut.insert(module);
+    }
+    return leftOut;
+}
+
+}  // namespace
+
+Session::Session(SessionHome home) : home_(std::move(home)), defaults_(defaultsFor(home_)) {}
+
+Preferences Session::preferences() const {
+    return Preferences(defaults_);
+}
+
+FullDiskAccess Session::fullDiskAccess() const {
+    return FullDiskAccess(home_.path);
+}
+
+ProcessRunner Session::processRunner() const {
+    return {home_.path, home_.environment};
+}
+
+const ModuleList& Session::modules() const {
+    return defaultModules();
+}
+
+std::vector<ModuleID> Session::modulesToRun(const ScanOptions& options) const {
+    const std::set<ModuleID> leftOut = modulesLeftOut(preferences(), options);
+    std::vector<ModuleID> running;
+    for (const auto& module : modules()) {
+        if (!leftOut.contains(module->id())) running.push_back(module->id());
+    }
+    return running;
+}
+
+ScanContext Session::context(const ScanOptions& options) const {
+    ScanContext context;
+    context.home = home_.path;
+    context.now = std::chrono::system_clock::now();
+    context.isCancelled = options.isCancelled;
+    return context;
+}
+
+ScanReport Session::scan(const ScanOptions& options) const {
+    return Scanner(modules()).scan(context(options),
+                                   {
+                                       .disabledModules = modulesLeftOut(preferences(), options),
+                                       .includeProjects = options.includeProjects,
+                                       .onModuleFinished = options.onModuleFinished,
+                                       .onTimings = options.onTimings,
+                                   });
+}
+
+}  // namespace brindle

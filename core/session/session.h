@@ -1,0 +1,58 @@
+// How the rooms work together: the one place that wires them. Both faces drive this.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/platform/user_defaults.h"
+#include "core/scan/scanner.h"
+#include "core/settings/full_disk_access.h"
+#include "core/settings/preferences.h"
+#include "core/tools/process_runner.h"
+
+namespace brindle {
+
+// Whose storage is looked at. `core` reads no environment: the face hands it over.
+struct SessionHome {
+    std::string path;           // absolute, links resolved, no trailing "/"
+    bool isCurrentUser = true;  // false: named with --home; its own preferences, whatever the environment
+    std::vector<std::string> environment;  // "NAME=value"
+};
+
+struct ScanOptions {
+    bool includeProjects = true;
+    std::optional<ModuleID> only;  // every other module is left out; one that the user has disabled stays out
+    std::function<void(const ModuleResult&)> onModuleFinished;
+    std::function<void(const std::vector<StageTiming>&)> onTimings;
+    CancellationTest isCancelled = [] { return false; };
+};
+
+// Owned by a face; its operations block and may run on any thread, one at a time.
+class Session {
+  public:
+    explicit Session(SessionHome home);
+
+    const std::string& home() const { return home_.path; }
+    UserDefaults& defaults() const { return *defaults_; }  // the store behind the preferences
+    Preferences preferences() const;
+    FullDiskAccess fullDiskAccess() const;
+    ProcessRunner processRunner() const;
+    const ModuleList& modules() const;
+
+    // The modules that a scan with these options would run, for progress.
+    std::vector<ModuleID> modulesToRun(const ScanOptions& options) const;
+
+    // A context as a scan of this moment gets it.
+    ScanContext context(const ScanOptions& options) const;
+
+    ScanReport scan(const ScanOptions& options) const;
+
+  private:
+    SessionHome home_;
+    std::shared_ptr<UserDefaults> defaults_;
+};
+
+}  // namespace brindle

@@ -1,0 +1,102 @@
+#include "core/scan/scan_context.h"
+
+#include <gtest/gtest.h>
+
+#include "core/scan/cancellation_flag.h"
+#include "core/text/core_strings.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using Reason = UnreachableLocation::Reason;
+using std::chrono::sys_seconds;
+
+ScanContext contextOf(const test::TestHome& home) {
+    ScanContext context;
+    context.home = home.path();
+    context.now = std::chrono::system_clock::now();
+    return context;
+}
+
+TEST(ScanContext, MeasuresWhatIsThereAndOnlyThat) {
+    test::TestHome home;
+    home.file("cache/data");
+    ScanContext context = contextOf(home);
+    EXPECT_TRUE(context.measure(context.path("cache")));
+    EXPECT_FALSE(context.measure(context.path("missing")));
+    EXPECT_TRUE(context.diagnostics->entries().empty());
+    CancellationFlag flag;
+    context.isCancelled = flag.checker();
+    flag.cancel();
+    flag.cancel();
+    EXPECT_FALSE(context.measure(context.path("cache")));
+}
+
+TEST(ScanContextUnprivileged, RecordsWhatItCouldNotRead) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    test::TestHome home;
+    home.file("cache/closed/data");
+    home.mode("cache/closed", 0000);
+    const ScanContext context = contextOf(home);
+    EXPECT_TRUE(context.measure(home.path("cache")));
+    EXPECT_TRUE(context.children(home.path("cache/closed")).empty());
+    EXPECT_TRUE(context.children(home.path("nowhere")).empty());
+    EXPECT_EQ(context.diagnostics->paths(), std::vector{home.path("cache/closed")});
+}
+
+TEST(ScanContext, ListsChildrenWithTheirOwnTimes) {
+    test::TestHome home;
+    home.folder("folder/b");
+    home.file("folder/a");
+    home.file("folder/.hidden");
+    home.modified("folder/a", 1000);
+    home.modified("folder/b", 2000);
+    const auto at = [](int seconds) { return sys_seconds(std::chrono::seconds(seconds)); };
+    EXPECT_EQ(
+        contextOf(home).children(home.path("folder")),
+        (std::vector<ChildEntry>{{home.path("folder/a"), at(1000)}, {home.path("folder/b"), at(2000)}}));
+}
+
+TEST(ScanContext, SaysAgesAsPeopleDo) {
+    CoreStrings::setBundles(ResourceBundle(test::resourcesFolder(), "core", {"en"}),
+                            ResourceBundle(test::resourcesFolder(), "cli", {"en"}));
+    test::TestHome home;
+    const ScanContext context = contextOf(home);
+    const auto now = std::chrono::floor<std::chrono::seconds>(context.now);
+    struct Row {
+        int days;
+        const char* text;
+    };
+    for (const Row& row :
+         {Row{-400, "today"}, Row{0, "today"}, Row{1, "yesterday"}, Row{2, "2 days ago"},
+          Row{29, "29 days ago"}, Row{30, "last month"}, Row{45, "last month"}, Row{59, "last month"},
+          Row{60, "2 months ago"}, Row{75, "2 months ago"}, Row{364, "12 months ago"},
+          Row{365, "over a year ago"}, Row{20'000, "over a year ago"}}) {
+        // An hour beside the full day: a change of daylight saving between must not move the row.
+        EXPECT_EQ(context.relativeAge(now - std::chrono::days(row.days) - std::chrono::hours(2)), row.text)
+            << row.days;
+    }
+    EXPECT_EQ(context.relativeAge(std::nullopt), "unknown");
+    EXPECT_EQ(context.relativeAge(sys_seconds::min()), "unknown");
+    EXPECT_FALSE(context.days(std::nullopt));
+    EXPECT_EQ(context.displayPath(home.path("a")), "~/a");
+    EXPECT_EQ(context.displayPath(home.path() + "-other/a"), home.path() + "-other/a");
+}
+
+TEST(ScanDiagnostics, KeepsTheFirstRealFailureOfAPath) {
+    ScanDiagnostics diagnostics;
+    EXPECT_TRUE(diagnostics.entries().empty());
+    diagnostics.record("/z", Reason::differentVolume);
+    diagnostics.record("/z", Reason::permissionDenied);
+    diagnostics.record("/z", Reason::missing);
+    diagnostics.record("/z", Reason::searchDepth);
+    diagnostics.record("/a", Reason::searchDepth);
+    diagnostics.record("/a", Reason::differentVolume);
+    using Entries = std::vector<std::pair<std::string, Reason>>;
+    EXPECT_EQ(diagnostics.entries(),
+              (Entries{{"/a", Reason::differentVolume}, {"/z", Reason::permissionDenied}}));
+}
+
+}  // namespace
+}  // namespace brindle

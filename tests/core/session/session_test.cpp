@@ -1,0 +1,90 @@
+#include "core/session/session.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "core/scan/report_json.h"
+#include "tests/support/disk_usage.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::TestHome;
+
+Session sessionOf(const TestHome& home, bool isCurrentUser = false) {
+    return Session({home.path(), isCurrentUser, {"XDG_CONFIG_HOME=" + home.path("elsewhere")}});
+}
+
+std::vector<std::string> idsOf(const ScanReport& report) {
+    std::vector<std::string> ids;
+    for (const CleanupItem& item : report.allItems()) ids.push_back(item.id);
+    std::ranges::sort(ids);
+    return ids;
+}
+
+TEST(Session, ScansANamedHomeWithItsOwnSettings) {
+    TestHome home;
+    home.file(".cache/uv/archive");
+    home.file(".cargo/registry/index");
+    home.file(".gradle/caches/jar");
+    home.text(".config/brindle/preferences.json", R"({"brindle.disabledModules": ["rust"]})");
+    home.text("elsewhere/brindle/preferences.json", R"({"brindle.disabledModules": ["python", "android"]})");
+    const Session session = sessionOf(home);
+    EXPECT_EQ(idsOf(session.scan({})), (std::vector<std::string>{"android.gradle", "python.uv"}));
+
+    ScanOptions onlyPython;
+    onlyPython.only = ModuleID::python;
+    EXPECT_EQ(idsOf(session.scan(onlyPython)), std::vector<std::string>{"python.uv"});
+    ScanOptions onlyDisabled;
+    onlyDisabled.only = ModuleID::rust;
+    EXPECT_TRUE(session.modulesToRun(onlyDisabled).empty());
+    EXPECT_TRUE(session.scan(onlyDisabled).modules.empty());
+
+#ifndef __APPLE__
+    EXPECT_EQ(idsOf(sessionOf(home, true).scan({})), std::vector<std::string>{"rust.cargoRegistry"});
+#endif
+}
+
+TEST(Session, CountsAFileOfTwoCachesOnceAndKeepsOddNames) {
+    TestHome home;
+    home.file(".cache/uv/wheels/caf\xe9-\xff", 200'000);
+    home.hardLink(".cargo/registry/cache/linked", ".cache/uv/wheels/caf\xe9-\xff");
+    home.file("outside/large", 3'000'000);
+    home.link(".cargo/registry/out", "../../outside");
+    const ScanReport report = sessionOf(home).scan({});
+    EXPECT_EQ(report.developerBytes(),
+              test::diskUsage(std::vector{home.path(".cache/uv"), home.path(".cargo/registry")}));
+    std::uint64_t deduplicated = 0;
+    for (const CleanupItem& item : report.allItems()) deduplicated += item.measurement.deduplicatedBytes;
+    EXPECT_EQ(deduplicated, 200'704U);
+    EXPECT_FALSE(report.isPartial());
+    EXPECT_NO_THROW(reportJson(report, home.path()).dump());
+}
+
+TEST(SessionUnprivileged, NamesEveryPlaceItCouldNotRead) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    TestHome home;
+    home.file(".cargo/registry/open/data");
+    home.file(".cargo/registry/caf\xe9/data");
+    home.file(".gradle/caches/data");
+    home.mode(".cargo/registry/caf\xe9", 0000);
+    home.mode(".gradle/caches", 0000);
+    const ScanReport report = sessionOf(home).scan({});
+
+    EXPECT_EQ(idsOf(report), std::vector<std::string>{"rust.cargoRegistry"});
+    EXPECT_EQ(report.allItems().front().measurement.fileCount, 1);
+    ASSERT_TRUE(report.isPartial());
+    const auto json = reportJson(report, home.path());
+    EXPECT_EQ(json["modules"][0]["unreachable"][0]["path"],
+              home.path(".cargo/registry/caf") + std::string("\0e9", 3));
+    const auto& system = *std::ranges::find(report.modules, ModuleID::system, &ModuleResult::moduleID);
+    ASSERT_EQ(system.unreachable.size(), 1U);
+    EXPECT_EQ(system.unreachable[0],
+              UnreachableLocation::withDefaultRemedy(home.path(".gradle/caches"),
+                                                     UnreachableLocation::Reason::permissionDenied));
+}
+
+}  // namespace
+}  // namespace brindle
