@@ -30,18 +30,18 @@ def programs(brindle, home, tree):
 
 
 def run(command):
-    """Seconds, peak memory in KiB, output."""
-    start = time.perf_counter()
-    with tempfile.TemporaryFile() as output:
-        child = subprocess.Popen(command, stdout=output, stderr=subprocess.DEVNULL)
-        _, status, usage = os.wait4(child.pid, 0)
+    """Seconds, peak memory in KiB, output. GNU time starts the program: a child of this one would count its memory."""
+    with tempfile.TemporaryFile() as output, tempfile.NamedTemporaryFile("r") as usage:
+        timed = ["/usr/bin/time", "-f", "%M", "-o", usage.name, *command]
+        start = time.perf_counter()
+        ended = subprocess.run(timed, stdout=output, stderr=subprocess.DEVNULL, check=False)
         seconds = time.perf_counter() - start
-        child.returncode = os.waitstatus_to_exitcode(status)
         output.seek(0)
         text = output.read().decode()
-    if child.returncode != 0:
-        sys.exit(f"bench: {' '.join(command)} ended with {child.returncode}")
-    return seconds, usage.ru_maxrss, text
+        peak = usage.read().split()
+    if ended.returncode != 0:
+        sys.exit(f"bench: {' '.join(command)} ended with {ended.returncode}")
+    return seconds, int(peak[-1]), text
 
 
 def total_bytes(name, text):

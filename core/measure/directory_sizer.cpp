@@ -32,7 +32,7 @@ std::map<std::string, DirectoryMeasurement> DirectorySizer::measure(const std::v
     for (const std::string& path : paths) walks.try_emplace(path, std::make_unique<TreeWalk>(path, options));
     walkArena().execute([&] {
         tbb::task_group group;
-        for (auto& [path, walk] : walks) group.run([&group, walk = walk.get()] { walk->run(group); });
+        for (auto& [path, walk] : walks) group.run([&group, &started = *walk] { started.run(group); });
         group.wait();
     });
     std::map<std::string, DirectoryMeasurement> measurements;

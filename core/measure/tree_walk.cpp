@@ -28,8 +28,8 @@ bool isDescriptorShortage(int failure) {
 
 }  // namespace
 
-TreeWalk::TreeWalk(std::string root, const MeasureOptions& options)
-    : root_(std::move(root)), options_(options) {}
+TreeWalk::TreeWalk(std::string root, MeasureOptions options)
+    : root_(std::move(root)), options_(std::move(options)) {}
 
 void TreeWalk::runAlone() {
     measureRoot();

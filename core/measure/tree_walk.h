@@ -23,7 +23,7 @@ namespace brindle {
 
 class TreeWalk {
   public:
-    TreeWalk(std::string root, const MeasureOptions& options);
+    TreeWalk(std::string root, MeasureOptions options);
 
     // Everything on the calling thread.
     void runAlone();

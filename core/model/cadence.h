@@ -14,7 +14,7 @@ enum class Cadence { daily, weekly, monthly };
 
 template <>
 struct RawTexts<Cadence> {
-    static constexpr std::array<std::string_view, 3> texts = {"daily", "weekly", "monthly"};
+    static constexpr std::array<std::string_view, 3> kTexts = {"daily", "weekly", "monthly"};
 };
 
 constexpr std::string_view rawText(Cadence cadence) {

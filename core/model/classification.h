@@ -17,7 +17,7 @@ enum class Classification {
 
 template <>
 struct RawTexts<Classification> {
-    static constexpr std::array<std::string_view, 3> texts = {"safe", "review", "protected"};
+    static constexpr std::array<std::string_view, 3> kTexts = {"safe", "review", "protected"};
 };
 
 constexpr std::string_view rawText(Classification classification) {

@@ -49,7 +49,7 @@ struct DirectoryMeasurement {
 
 template <>
 struct RawTexts<DirectoryMeasurement::Source> {
-    static constexpr std::array<std::string_view, 2> texts = {"measured", "reported"};
+    static constexpr std::array<std::string_view, 2> kTexts = {"measured", "reported"};
 };
 
 }  // namespace brindle

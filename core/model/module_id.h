@@ -29,7 +29,7 @@ enum class ModuleID {
 
 template <>
 struct RawTexts<ModuleID> {
-    static constexpr std::array<std::string_view, 14> texts = {
+    static constexpr std::array<std::string_view, 14> kTexts = {
         "xcode", "docker", "node",   "python",   "android", "homebrew",  "ide",
         "rust",  "go",     "system", "projects", "tools",   "leftovers", "ai",
     };

@@ -26,7 +26,7 @@ struct Regeneration {
 
 template <>
 struct RawTexts<Regeneration::Kind> {
-    static constexpr std::array<std::string_view, 3> texts = {"command", "action", "automatic"};
+    static constexpr std::array<std::string_view, 3> kTexts = {"command", "action", "automatic"};
 };
 
 }  // namespace brindle

@@ -6,9 +6,9 @@
 namespace brindle {
 
 const std::vector<std::string>& RemovalStrategy::affectedPaths() const {
-    static const std::vector<std::string> none;
+    static const std::vector<std::string> kNone;
     const auto* deletion = std::get_if<DeletePaths>(&how);
-    return deletion ? deletion->paths : none;
+    return deletion ? deletion->paths : kNone;
 }
 
 std::string RemovalStrategy::description() const {

@@ -45,8 +45,8 @@ enum class RemovalMethod {
 
 template <>
 struct RawTexts<RemovalMethod> {
-    static constexpr std::array<std::string_view, 5> texts = {"deleted", "trashed", "command", "refused",
-                                                              "failed"};
+    static constexpr std::array<std::string_view, 5> kTexts = {"deleted", "trashed", "command", "refused",
+                                                               "failed"};
 };
 
 constexpr std::string_view rawText(RemovalMethod method) {

@@ -11,7 +11,7 @@ struct Texts {
     std::string_view detail;
 };
 
-constexpr std::array<Texts, RawTexts<StorageCategory::Kind>::texts.size()> kTexts = {{
+constexpr std::array<Texts, RawTexts<StorageCategory::Kind>::kTexts.size()> kTexts = {{
     {"Developer data", "Caches, builds, images and dependencies"},
     {"Applications", "Installed apps"},
     {"Documents & downloads", "Your documents, desktop and downloads"},

@@ -26,8 +26,8 @@ struct StorageCategory {
 
 template <>
 struct RawTexts<StorageCategory::Kind> {
-    static constexpr std::array<std::string_view, 5> texts = {"developer", "applications", "documents",
-                                                              "other", "free"};
+    static constexpr std::array<std::string_view, 5> kTexts = {"developer", "applications", "documents",
+                                                               "other", "free"};
 };
 
 constexpr std::string_view rawText(StorageCategory::Kind kind) {

@@ -13,7 +13,7 @@ struct Texts {
     std::string_view remedy;
 };
 
-constexpr std::array<Texts, RawTexts<Reason>::texts.size()> kTexts = {{
+constexpr std::array<Texts, RawTexts<Reason>::kTexts.size()> kTexts = {{
     {"could not read", "Check folder permissions or grant Full Disk Access, then scan again."},
     {"tool not running", "Start the tool and scan again."},
     {"no longer there", "It was there when the scan started and is gone now. Scan again."},

@@ -32,8 +32,8 @@ struct UnreachableLocation {
 
 template <>
 struct RawTexts<UnreachableLocation::Reason> {
-    static constexpr std::array<std::string_view, 5> texts = {"permissionDenied", "toolchainNotRunning",
-                                                              "missing", "differentVolume", "searchDepth"};
+    static constexpr std::array<std::string_view, 5> kTexts = {"permissionDenied", "toolchainNotRunning",
+                                                               "missing", "differentVolume", "searchDepth"};
 };
 
 constexpr std::string_view rawText(UnreachableLocation::Reason reason) {

@@ -1,9 +1,14 @@
 // Developer tools: every entry is for review on purpose; each says why in whySuggested.
 #include "core/modules/catalogue.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace brindle {
 
-std::vector<CacheSpec> developerToolsSpecs() {
+namespace {
+
+std::vector<CacheSpec> downloadedPackages() {
     return {
         {
             .key = "pub",
@@ -47,6 +52,11 @@ std::vector<CacheSpec> developerToolsSpecs() {
                               "Download the required models again using the original model IDs"},
             .classification = Classification::review,
         },
+    };
+}
+
+std::vector<CacheSpec> keptInstallers() {
+    return {
         {
             .key = "nvm",
             .title = "nvm download archives",
@@ -86,6 +96,14 @@ std::vector<CacheSpec> developerToolsSpecs() {
             .classification = Classification::review,
         },
     };
+}
+
+}  // namespace
+
+std::vector<CacheSpec> developerToolsSpecs() {
+    std::vector<CacheSpec> specs = downloadedPackages();
+    std::ranges::move(keptInstallers(), std::back_inserter(specs));
+    return specs;
 }
 
 }  // namespace brindle

@@ -14,7 +14,7 @@ std::shared_ptr<const ScanModule> catalogue(ModuleID id, std::vector<CacheSpec> 
 }  // namespace
 
 const ModuleList& defaultModules() {
-    static const ModuleList modules = {
+    static const ModuleList kModules = {
         catalogue(ModuleID::python, pythonSpecs()),
         catalogue(ModuleID::android, androidSafeSpecs()),
         catalogue(ModuleID::ide, editorSpecs()),
@@ -24,7 +24,7 @@ const ModuleList& defaultModules() {
         catalogue(ModuleID::tools, developerToolsSpecs()),
         catalogue(ModuleID::ai, aiToolsSpecs(), aiToolsProtectedSpecs()),
     };
-    return modules;
+    return kModules;
 }
 
 }  // namespace brindle

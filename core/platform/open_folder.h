@@ -1,5 +1,5 @@
-// An open folder, its listing, and the status of what lies in it: the calls that a walk of hundreds of thousands of
-// files is made of. Failures are bare errno values, and no path is built here.
+// An open folder, its listing, and the status of what lies in it: the calls that a walk of hundreds of
+// thousands of files is made of. Failures are bare errno values, and no path is built here.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,8 @@ struct ListedEntry {
     Kind kind = Kind::unknown;
 };
 
-// Room for one portion of a listing, about 1,000 names. Reused from read to read; may be handed to another thread.
+// Room for one portion of a listing, about 1,000 names. Reused from read to read; may be handed to another
+// thread.
 class EntryBlock {
   public:
     EntryBlock();

@@ -25,12 +25,14 @@ std::shared_ptr<UserDefaults> defaultsFor(const SessionHome& home) {
     return standardDefaults(configured.starts_with('/') ? configured : home.path + "/.config");
 }
 
+// Asking for one module outranks the setting that switches it off.
 std::set<ModuleID> modulesLeftOut(const Preferences& preferences, const ScanOptions& options) {
-    std::set<ModuleID> leftOut = preferences.disabledModules();
+    if (!options.only) return preferences.disabledModules();
+    std::set<ModuleID> others;
     for (const ModuleID module : allCases<ModuleID>()) {
-        if (options.only && module != *options.only) leftOut.insert(module);
+        if (module != *options.only) others.insert(module);
     }
-    return leftOut;
+    return others;
 }
 
 }  // namespace

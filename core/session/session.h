@@ -24,7 +24,7 @@ struct SessionHome {
 
 struct ScanOptions {
     bool includeProjects = true;
-    std::optional<ModuleID> only;  // every other module is left out; one that the user has disabled stays out
+    std::optional<ModuleID> only;  // this module alone, also when the settings disable it
     std::function<void(const ModuleResult&)> onModuleFinished;
     std::function<void(const std::vector<StageTiming>&)> onTimings;
     CancellationTest isCancelled = [] { return false; };

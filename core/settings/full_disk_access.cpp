@@ -33,7 +33,7 @@ bool isBlocked(const std::string& path) {
 
 }  // namespace
 
-FullDiskAccess::FullDiskAccess(std::string home, std::string systemLibrary)
+FullDiskAccess::FullDiskAccess(const std::string& home, const std::string& systemLibrary)
     : probes_{
           {home + "/Library/Mail", true},
           {home + "/Library/Messages", true},

@@ -13,7 +13,7 @@ namespace brindle {
 class FullDiskAccess {
   public:
     // `systemLibrary` is another folder only in tests.
-    explicit FullDiskAccess(std::string home, std::string systemLibrary = "/Library");
+    explicit FullDiskAccess(const std::string& home, const std::string& systemLibrary = "/Library");
 
     // True as soon as one probe that exists can be read, and when none exists. A probe of which it cannot be
     // told whether it exists counts as one that cannot be read.

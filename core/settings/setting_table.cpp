@@ -63,7 +63,7 @@ Parsed parsedModules(const Setting& setting, const List& entries) {
     for (const std::string& entry : entries) {
         const auto module = moduleIDFrom(entry);
         if (!module) {
-            return notUnderstood(setting, entry, "the modules are " + joined(RawTexts<ModuleID>::texts));
+            return notUnderstood(setting, entry, "the modules are " + joined(RawTexts<ModuleID>::kTexts));
         }
         modules.insert(*module);
     }
@@ -87,7 +87,7 @@ Parsed parsedWord(const Setting& setting, const std::string& text) {
     const std::string word(trimmed(text));
     if (setting.type == SettingType::cadence) {
         if (cadenceFrom(lowerCase(word))) return lowerCase(word);
-        return notUnderstood(setting, text, "choose one of " + joined(RawTexts<Cadence>::texts));
+        return notUnderstood(setting, text, "choose one of " + joined(RawTexts<Cadence>::kTexts));
     }
     for (const std::string_view language : kAvailableLanguages) {
         if (lowerCase(word) == lowerCase(language)) return std::string(language);

@@ -8,12 +8,18 @@
 
 namespace brindle {
 
-bool FileStatus::isFolder() const { return S_ISDIR(mode); }
-bool FileStatus::isLink() const { return S_ISLNK(mode); }
-bool FileStatus::isRegular() const { return S_ISREG(mode); }
+bool FileStatus::isFolder() const {
+    return S_ISDIR(mode);
+}
+bool FileStatus::isLink() const {
+    return S_ISLNK(mode);
+}
+bool FileStatus::isRegular() const {
+    return S_ISREG(mode);
+}
 
 std::expected<FileStatus, Error> statusOf(const std::string& path) {
-    struct stat record {};
+    struct stat record{};
     if (::lstat(path.c_str(), &record) != 0) {
         return std::unexpected(errorFrom(errno, "examine", path));
     }
@@ -21,7 +27,7 @@ std::expected<FileStatus, Error> statusOf(const std::string& path) {
 }
 
 bool exists(const std::string& path) {
-    struct stat record {};
+    struct stat record{};
     return ::stat(path.c_str(), &record) == 0;
 }
 

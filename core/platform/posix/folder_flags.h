@@ -1,4 +1,5 @@
-// How a folder is opened that is only passed through: it need not be readable. For the bodies of core/platform only.
+// How a folder is opened that is only passed through: it need not be readable. For the bodies of
+// core/platform only.
 #pragma once
 
 #include <fcntl.h>

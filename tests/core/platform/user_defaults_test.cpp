@@ -152,7 +152,7 @@ TEST(UserDefaults, WritesThroughALinkIntoAnotherFolder) {
               DefaultsValue(std::uint64_t{2}));
 }
 
-TEST(UserDefaults, KeepsTheOldBytesWhenTheFolderCannotBeWritten) {
+TEST(UserDefaultsUnprivileged, KeepsTheOldBytesWhenTheFolderCannotBeWritten) {
     if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
     TestHome home;
     const auto path = home.text("config/p.json", "{\"a\": 1}");

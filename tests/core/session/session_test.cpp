@@ -39,8 +39,8 @@ TEST(Session, ScansANamedHomeWithItsOwnSettings) {
     EXPECT_EQ(idsOf(session.scan(onlyPython)), std::vector<std::string>{"python.uv"});
     ScanOptions onlyDisabled;
     onlyDisabled.only = ModuleID::rust;
-    EXPECT_TRUE(session.modulesToRun(onlyDisabled).empty());
-    EXPECT_TRUE(session.scan(onlyDisabled).modules.empty());
+    EXPECT_EQ(session.modulesToRun(onlyDisabled), std::vector{ModuleID::rust});
+    EXPECT_EQ(idsOf(session.scan(onlyDisabled)), std::vector<std::string>{"rust.cargoRegistry"});
 
 #ifndef __APPLE__
     EXPECT_EQ(idsOf(sessionOf(home, true).scan({})), std::vector<std::string>{"rust.cargoRegistry"});

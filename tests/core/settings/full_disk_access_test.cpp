@@ -42,7 +42,7 @@ TEST(FullDiskAccess, IsNotGrantedWhenEveryExistingProbeFails) {
     EXPECT_THAT(accessIn(home).report(), HasSubstr("/CoreSpotlight: readable\n"));
 }
 
-TEST(FullDiskAccess, FollowsTheModesOfTheProbes) {
+TEST(FullDiskAccessUnprivileged, FollowsTheModesOfTheProbes) {
     if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
     const struct {
         unsigned mail;
@@ -67,7 +67,7 @@ TEST(FullDiskAccess, FollowsTheModesOfTheProbes) {
     }
 }
 
-TEST(FullDiskAccess, BlockedIsWhatExistsAndCannotBeListed) {
+TEST(FullDiskAccessUnprivileged, BlockedIsWhatExistsAndCannotBeListed) {
     TestHome home;
     const auto open = home.folder("open");
     const auto file = home.text("file", "x");
