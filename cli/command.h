@@ -1,0 +1,45 @@
+// What every command gets, and what it gives back.
+#pragma once
+
+#include <string>
+
+#include "cli/environment.h"
+#include "cli/exit_code.h"
+#include "cli/option_set.h"
+#include "cli/palette.h"
+#include "cli/streams.h"
+#include "core/session/session.h"
+
+namespace brindle {
+
+struct CommandContext {
+    const Options& options;
+    const Surroundings& surroundings;
+    const Session& session;
+    Streams& streams;  // for messages; results are returned
+    Look look;         // of the result
+};
+
+struct Outcome {
+    ExitCode code = ExitCode::success;
+    std::string result;  // all that goes to the standard output
+};
+
+Outcome runScan(const CommandContext& context);
+Outcome runExplain(const CommandContext& context);
+Outcome runModules(const CommandContext& context);
+Outcome runSettings(const CommandContext& context);
+Outcome runDoctor(const CommandContext& context);
+
+// A sentence for the user, with the program's name before it.
+void complain(Streams& streams, std::string_view sentence);
+
+// `success`, or `interrupted` when Ctrl-C came meanwhile.
+inline ExitCode unlessInterrupted(const CommandContext& context) {
+    return context.surroundings.isInterrupted() ? ExitCode::interrupted : ExitCode::success;
+}
+
+// A scan with progress on the messages' terminal, which is clean again when this returns.
+ScanReport scanShowingProgress(const CommandContext& context, ScanOptions options);
+
+}  // namespace brindle

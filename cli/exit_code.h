@@ -1,0 +1,37 @@
+// How the program ends: the one table that help, man page and documentation show.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+namespace brindle {
+
+// Part of the command line's contract: a value never changes its meaning.
+enum class ExitCode {
+    success = 0,
+    failed = 1,
+    usage = 2,
+    notFound = 4,
+    interrupted = 130,
+    outputClosed = 141,
+};
+
+struct ExitCodeMeaning {
+    ExitCode code;
+    std::string_view meaning;  // English
+};
+
+inline constexpr std::array<ExitCodeMeaning, 6> kExitCodes = {{
+    {ExitCode::success, "done; also when some places could not be measured, which the report names"},
+    {ExitCode::failed, "what was asked could not be done; the reason is on standard error"},
+    {ExitCode::usage, "the command line was not understood"},
+    {ExitCode::notFound, "explain or settings was asked about something that is not there"},
+    {ExitCode::interrupted, "stopped by Ctrl-C or a request to terminate; what was gathered is printed"},
+    {ExitCode::outputClosed, "the reader of the output went away"},
+}};
+
+constexpr int number(ExitCode code) {
+    return static_cast<int>(code);
+}
+
+}  // namespace brindle

@@ -1,0 +1,25 @@
+// Which item a person means by a name or a path.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/model/cleanup_item.h"
+
+namespace brindle {
+
+// A typed path as an absolute one: "~" is the home, other relative ones lie in the working folder; links are
+// resolved but for the last component. A path whose folder does not exist is tidied by its text alone.
+std::string absolutePath(const std::string& typed, const std::string& workingFolder, const std::string& home);
+
+struct Coverage {
+    std::vector<CleanupItem> covering;  // the item whose paths hold the path: the closest one, or none
+    std::vector<CleanupItem> inside;    // when none covers it: those that lie inside it
+};
+
+Coverage coverageOf(const std::string& path, const std::vector<CleanupItem>& items, const std::string& home);
+
+// Where an item's bytes lie: the paths it would remove and, where a tool removes it, the path it shows.
+std::vector<std::string> placesOf(const CleanupItem& item, const std::string& home);
+
+}  // namespace brindle

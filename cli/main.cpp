@@ -1,0 +1,31 @@
+// brindle, the command line. Where to look:
+//
+//   command_line        understands, dispatches, writes the result
+//   option_set          every command and option, defined once; options: what they come to
+//   help, man_page, completion     made from those definitions; suggestion: "did you mean"
+//   environment         whose home, which language, colours or none; streams: where the program writes
+//   scan_command, explain_command, modules_command, settings_command, doctor_command     one a command
+//   report_view         the report of a scan, of storage_bar, item_view and unreachable_view
+//   item_lookup         which item a path means; item_page: all that is known of one
+//   progress            the line on the terminal while a scan runs
+//   display_width, text_table, palette     columns, tables, colours and symbols
+//   exit_code           how the program ends
+#include "cli/command_line.h"
+#include "core/platform/machine.h"
+#include "core/platform/terminal.h"
+
+int main(int count, char** arguments) {
+    using namespace brindle;
+    ignoreClosedPipes();
+    installInterruptHandler();
+    Surroundings surroundings{
+        .arguments = {arguments + (count > 0 ? 1 : 0), arguments + count},
+        .environment = currentEnvironment(),
+        .resourceFolder = resourceFolderBeside(executablePath().value_or("")),
+        .accountHome = currentUserHome().value_or(""),
+        .workingFolder = canonicalPath(".").value_or(""),
+        .isInterrupted = interruptRequested,
+    };
+    StandardStreams streams;
+    return number(runCommandLine(surroundings, streams));
+}

@@ -1,0 +1,390 @@
+#include "cli/option_set.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "cli/suggestion.h"
+#include "core/settings/setting_keys.h"
+#include "core/settings/setting_table.h"
+#include "core/settings/setting_text.h"
+#include "core/text/core_strings.h"
+#include "core/text/printable.h"
+
+namespace brindle {
+
+namespace {
+
+constexpr std::string_view kAbout =
+    "Finds the storage that developer tools quietly fill, says what each pile of it is and how it comes "
+    "back. It "
+    "only looks: nothing is changed or removed.";
+
+struct NamedCommand {
+    std::string_view name;
+    Command command;
+};
+
+constexpr std::array<NamedCommand, 8> kCommands = {{{"scan", Command::scan},
+                                                    {"explain", Command::explain},
+                                                    {"modules", Command::modules},
+                                                    {"settings", Command::settings},
+                                                    {"doctor", Command::doctor},
+                                                    {"completion", Command::completion},
+                                                    {"man", Command::man},
+                                                    {"help", Command::help}}};
+
+Command commandOf(std::string_view name) {
+    const auto* found = std::ranges::find(kCommands, name, &NamedCommand::name);
+    return found == kCommands.end() ? Command::help : found->command;
+}
+
+std::string unguarded(std::string text) {
+    if (text.starts_with('\0')) text.erase(0, 1);
+    return text;
+}
+
+std::optional<std::string> given(const std::string& text, const CLI::Option* option) {
+    if (option->count() == 0) return std::nullopt;
+    return unguarded(text);
+}
+
+// "--json=3" is a mistake, not a yes.
+void addFlag(CLI::App& command, const std::string& name, bool& target, const std::string& description) {
+    command.add_flag(name, target, description)->disable_flag_override();
+}
+
+// CLI11 takes a value in brackets for a list of its own, and forgets about "--" on the way from a command to
+// the program. A zero byte, which no argument can hold, keeps it from both.
+void guard(std::vector<std::string>& arguments) {
+    const auto mark = std::ranges::find(arguments, "--");
+    for (auto each = arguments.begin(); each != arguments.end(); ++each) {
+        if (each > mark || each->starts_with('[')) each->insert(each->begin(), '\0');
+    }
+    if (mark != arguments.end()) arguments.erase(mark);
+}
+
+std::vector<std::string> moduleNames() {
+    std::vector<std::string> names;
+    for (const ModuleID each : allCases<ModuleID>()) names.emplace_back(rawText(each));
+    return names;
+}
+
+std::vector<std::string> settingNames() {
+    std::vector<std::string> names;
+    for (const Setting& setting : allSettings()) names.emplace_back(setting.name);
+    return names;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+}  // namespace
+
+OptionSet::OptionSet() : program_(std::string(kAbout), "brindle") {
+    program_.require_subcommand(0, 1);
+    program_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    program_.set_help_flag("-h,--help", "show this help");
+    program_.set_version_flag("--version", BRINDLE_VERSION, "show the version");
+    examples_[&program_] = {{"brindle scan", "what takes space in your home folder"},
+                            {"brindle explain python.pip", "all that is known of one item of the report"},
+                            {"brindle doctor", "why something could not be measured"}};
+    defineGlobals();
+    defineScan();
+    defineInspection();
+    defineSettings();
+    defineManual();
+}
+
+CLI::App& OptionSet::command(std::string_view name, std::string_view description,
+                             std::vector<Example> examples) {
+    CLI::App* made = program_.add_subcommand(std::string(name), std::string(description));
+    made->fallthrough();
+    made->set_help_flag("-h,--help", "show this help");
+    examples_[made] = std::move(examples);
+    return *made;
+}
+
+void OptionSet::limitTo(const CLI::Option* option, std::vector<std::string> texts, bool isStrict) {
+    choices_.insert_or_assign(option, Choices{std::move(texts), isStrict});
+}
+
+void OptionSet::defineGlobals() {
+    program_
+        .add_option("--home", typed_.home,
+                    "look at the folder DIR as if it were your home, with its own preferences and history")
+        ->type_name("DIR");
+    addFlag(program_, "--json", typed_.json,
+            "print one JSON document instead of text; its texts are always English");
+    const CLI::Option* language =
+        program_.add_option("--lang", typed_.language, "speak the language LANG")->type_name("LANG");
+    limitTo(language, {kAvailableLanguages.begin(), kAvailableLanguages.end()});
+    addFlag(program_, "--no-color", typed_.noColour, "no colours, whatever the terminal can do");
+}
+
+void OptionSet::defineScan() {
+    CLI::App& scan =
+        command("scan", "look at the home folder and report what takes space",
+                {{"brindle scan", "everything"},
+                 {"brindle scan --safe --min-size 500MB", "only what is safe to remove and worth it"},
+                 {"brindle scan --only docker", "only what one module finds"},
+                 {"brindle scan --json | jq .totals", "for a script"}});
+    addFlag(scan, "--no-projects", typed_.noProjects, "do not look for software projects");
+    const CLI::Option* only =
+        scan.add_option("--only", typed_.only,
+                        "run only the module MODULE, even one that the settings disable")
+            ->type_name("MODULE");
+    limitTo(only, moduleNames());
+    addFlag(scan, "--safe", typed_.safe, "show items that are safe to remove");
+    addFlag(scan, "--review", typed_.review, "show items that want a look first");
+    addFlag(scan, "--protected", typed_.protected_, "show items that are never removed");
+    scan.add_option("--min-size", typed_.leastSize,
+                    "show items of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units")
+        ->type_name("SIZE");
+    addFlag(scan, "--timings", typed_.timings, "say on standard error how long each step took");
+}
+
+void OptionSet::defineInspection() {
+    CLI::App& explain = command("explain", "tell all that is known of one item or path",
+                                {{"brindle explain python.pip", "an item, as the report names it"},
+                                 {"brindle explain ~/.cargo/registry", "whatever covers a file or folder"}});
+    explain.add_option("item", typed_.subject, "an item's name as the report shows it, or a path")
+        ->type_name("ITEM|PATH")
+        ->required();
+    command("modules", "list the modules and whether there is something for them on this machine",
+            {{"brindle modules", "all of them"}});
+    command("doctor", "show what stands in the way of a full scan",
+            {{"brindle doctor", "access, tools, folders that cannot be read"}});
+}
+
+void OptionSet::defineSettings() {
+    CLI::App& settings = command(
+        "settings", "show and change the preferences",
+        {{"brindle settings", "all of them, with their values"},
+         {"brindle settings disabled-modules docker xcode", "change one; a list takes several values"},
+         {"brindle settings --reset disabled-modules", "back to its default"}});
+    const CLI::Option* name =
+        settings.add_option("name", typed_.settingName, "the setting to show or change")->type_name("NAME");
+    limitTo(name, settingNames(), false);
+    settings.add_option("value", typed_.settingTexts, "its new value")
+        ->type_name("VALUE")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addFlag(settings, "--reset", typed_.reset, "put the setting back to its default");
+}
+
+void OptionSet::defineManual() {
+    CLI::App& completion =
+        command("completion", "print the completions for a shell",
+                {{"brindle completion bash > ~/.local/share/bash-completion/completions/brindle", "for bash"},
+                 {"brindle completion fish > ~/.config/fish/completions/brindle.fish", "for fish"},
+                 {"brindle completion zsh > _brindle", "for zsh, in a folder of $fpath"}});
+    const CLI::Option* shell =
+        completion.add_option("shell", typed_.shell, "the shell")->type_name("SHELL")->required();
+    limitTo(shell, {"bash", "zsh", "fish"});
+    command("man", "print the manual page", {{"brindle man | man -l -", "read it"}});
+    CLI::App& help =
+        command("help", "explain a command", {{"brindle help scan", "the same as brindle scan --help"}});
+    const CLI::Option* topic = help.add_option("command", typed_.topic, "the command")->type_name("COMMAND");
+    std::vector<std::string> names;
+    for (const NamedCommand& each : kCommands) names.emplace_back(each.name);
+    limitTo(topic, names);
+}
+
+std::vector<const CLI::App*> OptionSet::commands() const {
+    return program_.get_subcommands(std::function<bool(const CLI::App*)>());
+}
+
+const CLI::App* OptionSet::commandNamed(std::string_view name) const {
+    for (const CLI::App* each : commands()) {
+        if (each->get_name() == name) return each;
+    }
+    return nullptr;
+}
+
+std::vector<const CLI::Option*> OptionSet::optionsOf(const CLI::App& command) {
+    std::vector<const CLI::Option*> options = command.get_options();
+    std::erase_if(options, [](const CLI::Option* each) { return each->get_positional(); });
+    const auto help = std::ranges::find(options, command.get_help_ptr());
+    if (help != options.end()) std::rotate(help, help + 1, options.end());
+    return options;
+}
+
+std::vector<const CLI::Option*> OptionSet::argumentsOf(const CLI::App& command) {
+    std::vector<const CLI::Option*> options = command.get_options();
+    std::erase_if(options, [](const CLI::Option* each) { return !each->get_positional(); });
+    return options;
+}
+
+std::vector<std::string> OptionSet::names(const CLI::Option& option) {
+    std::vector<std::string> names;
+    for (const std::string& each : option.get_snames()) names.push_back("-" + each);
+    for (const std::string& each : option.get_lnames()) names.push_back("--" + each);
+    return names;
+}
+
+bool OptionSet::takesValue(const CLI::Option& option) {
+    return option.get_items_expected_max() > 0;
+}
+
+const std::vector<std::string>& OptionSet::choices(const CLI::Option& option) const {
+    static const std::vector<std::string> none;
+    const auto found = choices_.find(&option);
+    return found == choices_.end() ? none : found->second.texts;
+}
+
+const std::vector<Example>& OptionSet::examples(const CLI::App& command) const {
+    return examples_.at(&command);
+}
+
+std::expected<Options, UsageError> OptionSet::parse(std::vector<std::string> arguments) {
+    guard(arguments);
+    std::ranges::reverse(arguments);  // as CLI11 wants them
+    std::optional<Command> manual;
+    try {
+        program_.parse(arguments);
+    } catch (const CLI::CallForHelp&) {
+        manual = Command::help;
+    } catch (const CLI::CallForVersion&) {
+        manual = Command::version;
+    } catch (const CLI::ParseError& error) {
+        return std::unexpected(complaint(error));
+    }
+    if (manual) {
+        Options options = general();
+        options.command = *manual;
+        if (const CLI::App* command = chosen()) options.helpTopic = command->get_name();
+        return options;
+    }
+    if (auto checked = checkChoices(); !checked) return std::unexpected(checked.error());
+    return understood();
+}
+
+CLI::App* OptionSet::chosen() const {
+    const auto parsed = program_.get_subcommands();
+    return parsed.empty() ? nullptr : parsed.front();
+}
+
+UsageError OptionSet::complaint(const CLI::ParseError& error) const {
+    const CLI::App* command = chosen();
+    const std::string name = command != nullptr ? command->get_name() : "";
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        const std::vector<std::string> extras = program_.remaining(true);
+        if (!extras.empty()) return complaintOfExtra(unguarded(extras.front()));
+    }
+    const std::string what = error.what();
+    const std::string subject = what.substr(0, what.find(':'));
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr && subject.starts_with('-')) {
+        return {localized("%@ needs a value", printable(subject)), name};
+    }
+    if (what.ends_with("flag override")) {
+        return {localized("%@ takes no value", "--" + what.substr(0, what.find(' '))), name};
+    }
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && command != nullptr) {
+        const auto arguments = argumentsOf(*command);
+        const std::string missing = arguments.empty() ? "" : arguments.front()->get_type_name();
+        return {localized("%@ needs to be told what: %@ is missing", name, missing), name};
+    }
+    return {printable(what), name};
+}
+
+UsageError OptionSet::complaintOfExtra(const std::string& extra) const {
+    const CLI::App* command = chosen();
+    const std::string name = command != nullptr ? command->get_name() : "";
+    const bool isOption = extra.starts_with('-');
+    std::vector<std::string> known;
+    if (isOption) {
+        for (const CLI::App* where : {static_cast<const CLI::App*>(&program_), command}) {
+            if (where == nullptr) continue;
+            for (const CLI::Option* option : optionsOf(*where)) {
+                std::ranges::copy(names(*option), std::back_inserter(known));
+            }
+        }
+    } else if (command == nullptr) {
+        for (const NamedCommand& each : kCommands) known.emplace_back(each.name);
+    }
+    const std::string shown = printable(isOption ? extra.substr(0, extra.find('=')) : extra);
+    std::string sentence = isOption ? localized("there is no option %@", shown)
+                           : command == nullptr
+                               ? localized("there is no command %@", shown)
+                               : localized("%@ does not know what to do with %@", name, shown);
+    if (const auto close = closest(shown, known)) sentence += localized("; did you mean %@?", *close);
+    return {sentence, name};
+}
+
+std::expected<void, UsageError> OptionSet::checkChoices() const {
+    for (const auto& [option, choices] : choices_) {
+        if (option->count() == 0 || !choices.isStrict) continue;
+        const std::string value = unguarded(option->results().back());
+        if (std::ranges::find(choices.texts, value) != choices.texts.end()) continue;
+        std::string sentence = localized("%@ is none of %@", printable(value), joined(choices.texts));
+        if (!option->get_positional()) sentence = names(*option).back() + ": " + sentence;
+        if (const auto close = closest(value, choices.texts))
+            sentence += localized("; did you mean %@?", *close);
+        const CLI::App* command = chosen();
+        return std::unexpected(UsageError{sentence, command != nullptr ? command->get_name() : ""});
+    }
+    return {};
+}
+
+Options OptionSet::general() const {
+    Options options;
+    options.home = given(typed_.home, program_.get_option("--home"));
+    options.language = given(typed_.language, program_.get_option("--lang"));
+    options.isJson = typed_.json;
+    options.isColourForbidden = typed_.noColour;
+    return options;
+}
+
+std::expected<Options, UsageError> OptionSet::understood() const {
+    Options options = general();
+    const CLI::App* command = chosen();
+    if (command == nullptr) return options;
+    options.command = commandOf(command->get_name());
+    options.helpTopic = unguarded(typed_.topic);
+    options.subject = unguarded(typed_.subject);
+    options.shell = unguarded(typed_.shell);
+    if (auto read = readScan(options); !read) return std::unexpected(read.error());
+    if (auto read = readSettings(options); !read) return std::unexpected(read.error());
+    return options;
+}
+
+std::expected<void, UsageError> OptionSet::readScan(Options& options) const {
+    options.includesProjects = !typed_.noProjects;
+    options.showsTimings = typed_.timings;
+    options.only = moduleIDFrom(typed_.only);
+    if (typed_.safe) options.filter.classifications.insert(Classification::safe);
+    if (typed_.review) options.filter.classifications.insert(Classification::review);
+    if (typed_.protected_) options.filter.classifications.insert(Classification::protected_);
+    const CLI::App* scan = commandNamed("scan");
+    if (!given(typed_.leastSize, scan->get_option("--min-size"))) return {};
+    const auto bytes = bytesFromText(unguarded(typed_.leastSize));
+    if (!bytes) {
+        return std::unexpected(
+            UsageError{localized("--min-size: %@ is no size; write 100MB, 1.5GB, 500KB or a number of bytes",
+                                 printable(unguarded(typed_.leastSize))),
+                       "scan"});
+    }
+    options.filter.leastBytes = *bytes;
+    return {};
+}
+
+std::expected<void, UsageError> OptionSet::readSettings(Options& options) const {
+    options.settingName = unguarded(typed_.settingName);
+    for (const std::string& each : commandNamed("settings")->get_option("value")->results()) {
+        options.settingTexts.push_back(unguarded(each));
+    }
+    options.resetsSetting = typed_.reset;
+    if (!typed_.reset) return {};
+    if (typed_.settingName.empty()) {
+        return std::unexpected(UsageError{localized("--reset needs the name of a setting"), "settings"});
+    }
+    if (!typed_.settingTexts.empty()) {
+        return std::unexpected(UsageError{localized("--reset takes no value"), "settings"});
+    }
+    return {};
+}
+
+}  // namespace brindle

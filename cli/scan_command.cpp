@@ -1,0 +1,87 @@
+// brindle scan
+#include <set>
+
+#include "cli/command.h"
+#include "cli/progress.h"
+#include "cli/report_view.h"
+#include "core/model/model_json.h"
+#include "core/scan/report_json.h"
+#include "core/text/byte_format.h"
+#include "core/text/core_strings.h"
+
+namespace brindle {
+
+namespace {
+
+// Leaves the totals alone: they are those of the whole scan.
+void removeHidden(Json& report, const ScanReport& scanned, const ItemFilter& filter) {
+    std::set<std::string> hidden;
+    for (const CleanupItem& item : scanned.allItems()) {
+        if (!filter.shows(item.classification, item.bytes())) hidden.insert(jsonText(item.id));
+    }
+    for (Json& module : report["modules"]) {
+        Json kept = Json::array();
+        for (Json& item : module["items"]) {
+            if (!hidden.contains(item["id"].get<std::string>())) kept.push_back(std::move(item));
+        }
+        module["items"] = std::move(kept);
+    }
+}
+
+std::string jsonResult(const CommandContext& context, const ScanReport& report, bool isInterrupted) {
+    Json json = reportJson(report, context.session.home(), isInterrupted);
+    removeHidden(json, report, context.options.filter);
+    return json.dump(2) + "\n";
+}
+
+std::string textResult(const CommandContext& context, const ScanReport& report, bool isInterrupted) {
+    const ScanContext clock = context.session.context({});
+    return reportText({.report = report,
+                       .filter = context.options.filter,
+                       .home = context.session.home(),
+                       .age = [clock](auto date) { return clock.relativeAge(date); },
+                       .isInterrupted = isInterrupted,
+                       .look = context.look});
+}
+
+void showTimings(Streams& streams, const std::vector<StageTiming>& timings) {
+    std::string text;
+    for (const StageTiming& each : timings) {
+        text += localized("%@: %@", each.stage, ByteFormat::seconds(each.seconds)) + "\n";
+    }
+    streams.writeMessage(text);
+}
+
+}  // namespace
+
+ScanReport scanShowingProgress(const CommandContext& context, ScanOptions options) {
+    const auto& environment = context.surroundings.environment;
+    options.isCancelled = context.surroundings.isInterrupted;
+    Progress progress(context.streams, {.moduleCount = context.session.modulesToRun(options).size(),
+                                        .isCancelled = options.isCancelled,
+                                        .glyphs = {.isUnicode = speaksUtf8(environment)},
+                                        .isWanted = !isDumbTerminal(environment)});
+    options.onModuleFinished = [&](const ModuleResult& result) { progress.moduleFinished(result); };
+    return context.session.scan(options);
+}
+
+Outcome runScan(const CommandContext& context) {
+    ScanOptions options;
+    options.includeProjects = context.options.includesProjects;
+    options.only = context.options.only;
+    if (context.session.modulesToRun(options).empty()) {
+        complain(context.streams,
+                 localized("no module looks for anything: \"brindle modules\" lists those that there "
+                           "are, and whether they are disabled"));
+    }
+    std::vector<StageTiming> timings;
+    options.onTimings = [&](const std::vector<StageTiming>& all) { timings = all; };
+    const ScanReport report = scanShowingProgress(context, options);
+    const ExitCode code = unlessInterrupted(context);
+    const bool isInterrupted = code == ExitCode::interrupted;
+    if (context.options.showsTimings) showTimings(context.streams, timings);
+    return {code, context.options.isJson ? jsonResult(context, report, isInterrupted)
+                                         : textResult(context, report, isInterrupted)};
+}
+
+}  // namespace brindle

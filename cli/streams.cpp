@@ -1,0 +1,34 @@
+#include "cli/streams.h"
+
+#include "core/platform/terminal.h"
+
+namespace brindle {
+
+namespace {
+
+constexpr unsigned kUnknownWidth = 80;
+
+std::optional<unsigned> columnsBehind(StandardStream stream) {
+    if (!isTerminal(stream)) return std::nullopt;
+    return terminalWidth().value_or(kUnknownWidth);
+}
+
+}  // namespace
+
+std::expected<void, Error> StandardStreams::writeResult(std::string_view bytes) {
+    return writeAll(StandardStream::output, bytes);
+}
+
+void StandardStreams::writeMessage(std::string_view bytes) {
+    (void)writeAll(StandardStream::errors, bytes);
+}
+
+std::optional<unsigned> StandardStreams::resultTerminal() const {
+    return columnsBehind(StandardStream::output);
+}
+
+std::optional<unsigned> StandardStreams::messageTerminal() const {
+    return columnsBehind(StandardStream::errors);
+}
+
+}  // namespace brindle

@@ -1,0 +1,68 @@
+// Runs the command line in this process, on streams that remember.
+#pragma once
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/command_line.h"
+#include "tests/support/test_home.h"
+
+namespace brindle::test {
+
+class CollectingStreams : public Streams {
+  public:
+    std::optional<unsigned> terminal;  // columns of both streams
+    std::optional<Error> resultFailure;
+
+    std::expected<void, Error> writeResult(std::string_view bytes) override {
+        if (resultFailure) return std::unexpected(*resultFailure);
+        result += bytes;
+        return {};
+    }
+    void writeMessage(std::string_view bytes) override {
+        const std::lock_guard guard(lock_);
+        messages += bytes;
+    }
+    std::optional<unsigned> resultTerminal() const override { return terminal; }
+    std::optional<unsigned> messageTerminal() const override { return terminal; }
+
+    std::string result;
+    std::string messages;
+
+  private:
+    std::mutex lock_;
+};
+
+struct CollectedRun {
+    ExitCode code;
+    std::string result;
+    std::string messages;
+};
+
+struct RunSettings {
+    std::optional<unsigned> terminal = std::nullopt;
+    std::vector<std::string> environment = {"LANG=en_US.UTF-8", "TERM=xterm"};
+    std::function<bool()> isInterrupted = [] { return false; };
+    std::optional<Error> resultFailure = std::nullopt;
+};
+
+// `arguments` come after "--home HOME".
+inline CollectedRun runIn(const TestHome& home, std::vector<std::string> arguments,
+                          const RunSettings& settings = {}) {
+    CollectingStreams streams;
+    streams.terminal = settings.terminal;
+    streams.resultFailure = settings.resultFailure;
+    arguments.insert(arguments.begin(), {"--home", home.path()});
+    const ExitCode code = runCommandLine({.arguments = std::move(arguments),
+                                          .environment = settings.environment,
+                                          .resourceFolder = resourcesFolder(),
+                                          .accountHome = home.path(),
+                                          .workingFolder = home.path(),
+                                          .isInterrupted = settings.isInterrupted},
+                                         streams);
+    return {code, streams.result, streams.messages};
+}
+
+}  // namespace brindle::test

@@ -1,0 +1,230 @@
+// The commands in this process: what they print for a home that the test declared.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "cli/display_width.h"
+#include "core/text/byte_format.h"
+#include "tests/cli/collected_run.h"
+
+namespace brindle::test {
+
+namespace {
+
+using nlohmann::json;
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+// A home with something of each kind.
+void furnish(TestHome& home) {
+    home.file("Library/Caches/pip/wheel", 300'000);
+    home.file(".cache/uv/x", 40'000);
+    home.file(".cache/huggingface/hub/model", 900'000);
+    home.file(".claude/projects/\xff\x1b[31m\xe6\x97\xa5", 70'000);
+    home.sparse(".gradle/caches/image", 200'000'000, 4096);
+    home.modified("Library/Caches/pip/wheel", 1'000'000'000);
+}
+
+}  // namespace
+
+TEST(ScanCommand, TextTellsTheNumbersOfTheJson) {
+    TestHome home;
+    furnish(home);
+    const CollectedRun text = runIn(home, {"scan"});
+    const json report = json::parse(runIn(home, {"scan", "--json"}).result);
+    EXPECT_EQ(text.code, ExitCode::success);
+    EXPECT_EQ(report["schemaVersion"], 1);
+    std::size_t items = 0;
+    for (const json& module : report["modules"]) {
+        for (const json& item : module["items"]) {
+            ++items;
+            EXPECT_TRUE(contains(text.result, item["id"]));
+            EXPECT_TRUE(contains(text.result, item["title"]));
+            EXPECT_TRUE(contains(text.result, item["detail"]));
+            EXPECT_TRUE(contains(text.result, ByteFormat::shortText(item["bytes"]))) << item["id"];
+        }
+    }
+    EXPECT_EQ(items, 5U);
+    for (const char* total : {"reclaimableBytes", "safeBytes", "reviewBytes", "protectedBytes"}) {
+        EXPECT_TRUE(contains(text.result, ByteFormat::shortText(report["totals"][total]))) << total;
+    }
+    EXPECT_TRUE(contains(text.result, "modified over a year ago"));
+    EXPECT_TRUE(contains(text.result, "comes back with: pip install"));
+    EXPECT_TRUE(contains(text.result, "holds sparse files: they look like 200.0 MB"));
+    EXPECT_TRUE(contains(text.result, "Applications           not measured"));
+}
+
+TEST(ScanCommand, FiltersWhatIsShownAndNeverTheTotals) {
+    TestHome home;
+    furnish(home);
+    const json all = json::parse(runIn(home, {"scan", "--json"}).result);
+    const json some = json::parse(runIn(home, {"scan", "--json", "--safe", "--min-size", "100KB"}).result);
+    EXPECT_EQ(some["totals"], all["totals"]);
+    std::vector<std::string> shown;
+    for (const json& module : some["modules"]) {
+        for (const json& item : module["items"]) shown.push_back(item["id"]);
+    }
+    EXPECT_EQ(shown, std::vector<std::string>{"python.pip"});
+    const CollectedRun text = runIn(home, {"scan", "--protected", "--review"});
+    EXPECT_TRUE(contains(text.result, "tools.hf"));
+    EXPECT_TRUE(contains(text.result, "ai.claudeCodeSessions"));
+    EXPECT_FALSE(contains(text.result, "python.pip"));
+    EXPECT_TRUE(contains(text.result, "3 more items are not shown"));
+}
+
+TEST(ScanCommand, KeepsToTheWidthOfTheTerminal) {
+    TestHome home;
+    furnish(home);
+    home.file("Library/Application Support/Cursor/CachedData/x");
+    for (const unsigned width : {30U, 40U, 63U, 64U, 80U, 120U}) {
+        for (const std::string command : {"scan", "doctor", "modules", "settings", "help"}) {
+            const CollectedRun run = runIn(home, {command, "--no-color"}, {.terminal = width});
+            for (const std::string& line : linesOf(run.result)) {
+                EXPECT_LE(displayWidth(line), width) << command << ": " << line;
+            }
+        }
+    }
+}
+
+TEST(ScanCommandUnprivileged, SaysWhatStoodInItsWay) {
+    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    TestHome home;
+    furnish(home);
+    for (int index = 0; index < 12; ++index) {
+        const std::string folder = "Library/Caches/pip/closed" + std::to_string(index);
+        home.folder(folder);
+        home.mode(folder, 0);
+    }
+    const CollectedRun run = runIn(home, {"scan"});
+    EXPECT_EQ(run.code, ExitCode::success);
+    EXPECT_TRUE(contains(run.result, "at least "));
+    EXPECT_TRUE(contains(run.result, "~/Library/Caches/pip/closed0\n"));
+    EXPECT_TRUE(contains(run.result, "and 4 more (--json shows all)"));
+    EXPECT_TRUE(contains(run.result, "Check folder permissions or grant Full Disk Access, then scan again."));
+    EXPECT_TRUE(contains(run.result, "This scan is partial"));
+    const CollectedRun page = runIn(home, {"explain", "python.pip"}, {.terminal = 200});
+    EXPECT_TRUE(contains(page.result, "treat it as a floor"));
+    for (int index = 0; index < 12; ++index)
+        home.mode("Library/Caches/pip/closed" + std::to_string(index), 0755);
+}
+
+TEST(ScanCommand, PrintsWhatItHasWhenInterrupted) {
+    TestHome home;
+    furnish(home);
+    const RunSettings interrupted{.isInterrupted = [] { return true; }};
+    const CollectedRun text = runIn(home, {"scan"}, interrupted);
+    EXPECT_EQ(text.code, ExitCode::interrupted);
+    EXPECT_TRUE(contains(text.result, "Interrupted: this is partial"));
+    EXPECT_EQ(json::parse(runIn(home, {"scan", "--json"}, interrupted).result)["isPartial"], true);
+    EXPECT_EQ(runIn(home, {"explain", "python.pip"}, interrupted).code, ExitCode::interrupted);
+}
+
+TEST(ScanCommand, LooksAtOneModuleAlsoADisabledOne) {
+    TestHome home;
+    furnish(home);
+    ASSERT_EQ(runIn(home, {"settings", "disabled-modules", "python", "tools"}).code, ExitCode::success);
+    EXPECT_FALSE(contains(runIn(home, {"scan"}).result, "python.pip"));
+    EXPECT_TRUE(contains(runIn(home, {"scan", "--only", "python"}).result, "python.pip"));
+    EXPECT_TRUE(contains(runIn(home, {"modules"}).result, "no, disabled"));
+}
+
+TEST(ScanCommand, WarnsWhenThePreferencesCannotBeTrusted) {
+    TestHome home;
+    furnish(home);
+    home.text(".config/brindle/preferences.json", "{ broken");
+    const CollectedRun scan = runIn(home, {"scan"});
+    EXPECT_EQ(scan.code, ExitCode::success);
+    EXPECT_TRUE(contains(scan.messages, "preferences"));
+    EXPECT_TRUE(contains(scan.messages, "what you disabled or protected is not respected"));
+    EXPECT_EQ(runIn(home, {"settings", "cadence", "daily"}).code, ExitCode::failed);
+    EXPECT_TRUE(contains(runIn(home, {"doctor"}).result, "Repair or remove"));
+}
+
+TEST(ExplainCommand, TellsOfItemsAndPaths) {
+    TestHome home;
+    furnish(home);
+    struct Case {
+        std::string subject;
+        ExitCode code;
+        std::string said;
+    };
+    const std::vector<Case> cases = {
+        {"python.uv", ExitCode::success, "/usr/bin/env uv cache clean"},
+        {"ai.claudeCodeSessions", ExitCode::success, "Brindle shows it and never removes it."},
+        {"tools.hf", ExitCode::success, "moved to the Trash:"},
+        {"~/Library/Caches/pip/wheel", ExitCode::success, "deleted outright:"},
+        {".cache", ExitCode::success, "These lie inside it:"},
+        {"Library", ExitCode::success, "These lie inside it:"},
+        {"/usr", ExitCode::notFound, "No item covers /usr."},
+        {"python.pop", ExitCode::notFound, "did you mean python.pip?"},
+        {"./nowhere", ExitCode::notFound, "nothing lies at ~/nowhere"},
+        {"rust.\x1b[2J", ExitCode::notFound, "rust.\\x1B[2J"},
+    };
+    for (const Case& each : cases) {
+        const CollectedRun run = runIn(home, {"explain", each.subject});
+        EXPECT_EQ(run.code, each.code) << each.subject;
+        EXPECT_TRUE(contains(run.result + run.messages, each.said)) << run.result << run.messages;
+    }
+    const json item = json::parse(runIn(home, {"explain", "--json", "Library/Caches/pip"}).result);
+    EXPECT_EQ(item["id"], "python.pip");
+    EXPECT_TRUE(json::parse(runIn(home, {"explain", "--json", "/usr"}).result)["item"].is_null());
+}
+
+TEST(SettingsCommand, ChangesShowsAndResetsEverySettingByName) {
+    TestHome home;
+    const json all = json::parse(runIn(home, {"settings", "--json"}).result)["settings"];
+    ASSERT_GE(all.size(), 12U);
+    for (const json& setting : all) {
+        EXPECT_TRUE(contains(runIn(home, {"settings"}).result, setting["name"]));
+        EXPECT_EQ(setting["origin"], "default");
+    }
+    EXPECT_EQ(runIn(home, {"settings", "cadence", "monthly"}).code, ExitCode::success);
+    EXPECT_TRUE(contains(runIn(home, {"settings", "cadence"}).result, "monthly"));
+    EXPECT_EQ(runIn(home, {"settings", "--reset", "cadence"}).code, ExitCode::success);
+    EXPECT_TRUE(contains(runIn(home, {"settings", "cadence"}).result, "weekly"));
+    const CollectedRun wrong = runIn(home, {"settings", "cadence", "hourly"});
+    EXPECT_EQ(wrong.code, ExitCode::usage);
+    EXPECT_TRUE(contains(wrong.messages, "daily, weekly, monthly"));
+    EXPECT_EQ(runIn(home, {"settings", "cadense"}).code, ExitCode::notFound);
+}
+
+TEST(CommandLine, DrawsOnlyOnATerminalAndColoursOnlyWhereAllowed) {
+    TestHome home;
+    furnish(home);
+    EXPECT_EQ(runIn(home, {"scan"}).messages, "");
+    const CollectedRun terminal = runIn(home, {"scan"}, {.terminal = 80});
+    EXPECT_TRUE(contains(terminal.messages, " modules"));
+    EXPECT_TRUE(terminal.messages.ends_with("\r\x1b[K"));
+    EXPECT_TRUE(contains(terminal.result, "\x1b[32m"));
+    for (const std::string forbid : {"NO_COLOR=1", "TERM=dumb"}) {
+        const CollectedRun plain = runIn(home, {"scan"}, {.terminal = 80, .environment = {forbid, "LANG=C"}});
+        EXPECT_FALSE(contains(plain.result, "\x1b")) << forbid;
+        EXPECT_TRUE(std::ranges::all_of(plain.result, [](char each) { return each > 0; })) << plain.result;
+    }
+}
+
+TEST(CommandLine, EndsQuietlyWhenTheReaderLeavesAndLoudlyWhenTheDiskIsFull) {
+    TestHome home;
+    const CollectedRun gone = runIn(home, {"scan"}, {.resultFailure = errorFrom(EPIPE, "write", "")});
+    EXPECT_EQ(gone.code, ExitCode::outputClosed);
+    EXPECT_EQ(gone.messages, "");
+    const CollectedRun full =
+        runIn(home, {"scan"}, {.resultFailure = errorFrom(ENOSPC, "write the output", "")});
+    EXPECT_EQ(full.code, ExitCode::failed);
+    EXPECT_TRUE(contains(full.messages, "could not write the output"));
+}
+
+}  // namespace brindle::test

@@ -1,0 +1,149 @@
+// Widths, wide characters, bars: what keeps the report in its columns.
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "cli/display_width.h"
+#include "cli/environment.h"
+#include "cli/item_lookup.h"
+#include "cli/storage_bar.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+
+TEST(DisplayWidth, MeasuresAndShortensByColumns) {
+    EXPECT_EQ(displayWidth("日本"), 4U);
+    EXPECT_EQ(displayWidth("e\u0301a"), 2U);
+    for (const std::string text : {"~/Library/Caches/pip", "~/日本語/キャッシュ/日本",
+                                   "~/e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301"}) {
+        for (unsigned columns = 0; columns < 24; ++columns) {
+            const std::string middle = shortenMiddle(text, columns, "…");
+            EXPECT_LE(displayWidth(middle), columns) << middle;
+            EXPECT_LE(displayWidth(shortenEnd(text, columns, "...")), columns);
+        }
+    }
+    EXPECT_EQ(shortenMiddle("/a/long/path/to/end", 11, "…"), "/a/l…to/end");
+    // A mark is never parted from its letter.
+    EXPECT_EQ(shortenEnd("ae\u0301bc", 3, "…"), "ae\u0301…");
+}
+
+TEST(DisplayWidth, WrapsBetweenWordsAndBreaksOnlyWhatIsTooWide) {
+    EXPECT_EQ(wrap("one two three", 8), (std::vector<std::string>{"one two", "three"}));
+    EXPECT_EQ(wrap("a 日本語日本語 b", 6), (std::vector<std::string>{"a", "日本語", "日本語", "b"}));
+    EXPECT_EQ(wrap("", 5), std::vector<std::string>{""});
+}
+
+TEST(StorageBar, SharesAllColumnsAndNeverDropsAMeasuredSlice) {
+    using Kind = StorageCategory::Kind;
+    const std::vector<StorageCategory> slices = {{Kind::developer, 1, true, {}},
+                                                 {Kind::applications, 0, false, {}},
+                                                 {Kind::documents, 10, true, {}},
+                                                 {Kind::other, 900'000'000'000, true, {}},
+                                                 {Kind::free, 100'000'000'000, true, {}}};
+    for (unsigned columns = 4; columns < 100; ++columns) {
+        const auto shares = sharesOf(slices, columns);
+        EXPECT_EQ(std::accumulate(shares.begin(), shares.end(), 0U), columns);
+        EXPECT_EQ(shares[0], 1U);
+        EXPECT_EQ(shares[1], 0U);
+    }
+}
+
+TEST(Environment, ChoosesLanguageAndEncodingAsGettextDoes) {
+    struct Case {
+        std::vector<std::string> environment;
+        std::vector<std::string> languages;
+        bool isUtf8;
+    };
+    const std::vector<Case> cases = {
+        {{}, {}, false},
+        {{"LANG=pt_PT.UTF-8"}, {"pt-PT"}, true},
+        {{"LC_ALL=", "LC_MESSAGES=de_DE@euro", "LANG=fr_FR.utf8"}, {"de-DE"}, true},
+        {{"LANG=de_DE.UTF-8", "LANGUAGE=es:fr"}, {"es", "fr", "de-DE"}, true},
+        {{"LC_ALL=C", "LANG=de_DE.UTF-8", "LANGUAGE=es"}, {}, false},
+        {{"LANG=C.UTF-8"}, {}, true},
+        {{"LANG=en_US.UTF-8", "TERM=dumb"}, {"en-US"}, false},
+    };
+    for (const Case& each : cases) {
+        EXPECT_EQ(systemLanguages(each.environment), each.languages);
+        EXPECT_EQ(speaksUtf8(each.environment), each.isUtf8);
+    }
+}
+
+TEST(Environment, GivesColoursOnlyWhereTheyAreWanted) {
+    struct Case {
+        std::vector<std::string> environment;
+        bool isForbidden, isTerminal, expected;
+    };
+    const std::vector<Case> cases = {
+        {{"TERM=xterm"}, false, true, true},
+        {{"TERM=xterm"}, false, false, false},
+        {{"TERM=xterm"}, true, true, false},
+        {{"TERM=dumb"}, false, true, false},
+        {{"NO_COLOR=1"}, false, true, false},
+        {{"NO_COLOR="}, false, true, true},
+        {{"CLICOLOR=0"}, false, true, false},
+        {{"CLICOLOR_FORCE=1"}, false, false, true},
+        {{"CLICOLOR_FORCE=1", "NO_COLOR=1"}, false, true, false},
+    };
+    for (const Case& each : cases) {
+        EXPECT_EQ(wantsColour(each.environment, each.isForbidden, each.isTerminal), each.expected)
+            << each.environment.front();
+    }
+}
+
+TEST(Environment, NamedHomeIsAnotherUsersWhateverTheEnvironmentSays) {
+    test::TestHome home;
+    home.folder("real");
+    home.link("alias", home.path("real"));
+    home.file("file");
+    Surroundings around{.arguments = {},
+                        .environment = {"HOME=/elsewhere", "XDG_CONFIG_HOME=/x", "LANG=C"},
+                        .resourceFolder = "",
+                        .accountHome = home.path("real"),
+                        .workingFolder = home.path()};
+    const auto named = chooseHome("alias/", around);
+    ASSERT_TRUE(named);
+    EXPECT_EQ(named->path, home.path("real"));
+    EXPECT_FALSE(named->isCurrentUser);
+    EXPECT_EQ(named->environment, (std::vector<std::string>{"LANG=C", "HOME=" + home.path("real")}));
+    for (const std::string& wrong : {std::string("file"), std::string("nowhere"), std::string()}) {
+        EXPECT_FALSE(chooseHome(wrong, around)) << wrong;
+    }
+    EXPECT_EQ(chooseHome(std::nullopt, around)->path, home.path("real"));  // HOME does not exist
+    around.accountHome.clear();
+    EXPECT_FALSE(chooseHome(std::nullopt, around));
+}
+
+TEST(ItemLookup, FindsTheClosestItemAlsoBehindLinks) {
+    test::TestHome home;
+    home.file("store/uv/a/b");
+    home.link(".cache", home.path("store"));
+    const auto made = [&](std::string id, std::string path, RemovalStrategy removal) {
+        return CleanupItem({.id = std::move(id),
+                            .title = "",
+                            .detail = std::move(path),
+                            .measurement = {},
+                            .explanation = {},
+                            .removal = std::move(removal),
+                            .projectPath = {},
+                            .clears = {}});
+    };
+    const std::vector<CleanupItem> items = {
+        made("a.outer", "", {DeletePaths{{home.path(".cache/uv")}}}),
+        made("a.inner", "~/.cache/uv/a · kept by the tool", {RunCommand{"uv", {}}}),
+    };
+    const auto covering = [&](const std::string& typed) {
+        const auto coverage =
+            coverageOf(absolutePath(typed, home.path("store"), home.path()), items, home.path());
+        if (!coverage.covering.empty()) return coverage.covering.front().id;
+        return std::to_string(coverage.inside.size());
+    };
+    EXPECT_EQ(covering("uv/a/b"), "a.inner");
+    EXPECT_EQ(covering("~/.cache/uv/"), "a.outer");
+    EXPECT_EQ(covering("uv/a/../other"), "a.outer");
+    EXPECT_EQ(covering("./uv2"), "0");
+    EXPECT_EQ(covering("."), "2");
+    EXPECT_EQ(covering("/"), "2");
+}
+
+}  // namespace brindle

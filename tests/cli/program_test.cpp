@@ -1,0 +1,202 @@
+// The real program, through pipes and through a terminal.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+
+#if defined(__APPLE__)
+#include <util.h>
+#else
+#include <pty.h>
+#endif
+
+#include "cli/display_width.h"
+#include "cli/exit_code.h"
+#include "tests/support/test_home.h"
+
+namespace brindle::test {
+
+namespace {
+
+std::string program() {
+    return buildFolder() + "/bin/brindle";
+}
+
+struct ShellRun {
+    int status;
+    std::string output;
+};
+
+// A line of shell in which $B is the program on that home; both streams are read.
+ShellRun shell(const TestHome& home, const std::string& line) {
+    const std::string command = "export LC_ALL=C.UTF-8 TERM=xterm; B='" + program() + " --home " +
+                                home.path() + "'; { " + line + "; } 2>&1";
+    FILE* pipe = ::popen(command.c_str(), "r");
+    std::string output;
+    std::array<char, 4096> block{};
+    while (const std::size_t count = std::fread(block.data(), 1, block.size(), pipe))
+        output.append(block.data(), count);
+    const int status = ::pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output};
+}
+
+// Runs `brindle scan` behind a terminal of that width; `meanwhile` gets the terminal's other end before it is
+// read.
+ShellRun onTerminal(const TestHome& home, unsigned short width,
+                    const std::function<void(int)>& meanwhile = {}) {
+    winsize size{.ws_row = 24, .ws_col = width, .ws_xpixel = 0, .ws_ypixel = 0};
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+    if (child == 0) {
+        ::setenv("LC_ALL", "C.UTF-8", 1);
+        ::setenv("TERM", "xterm", 1);
+        ::execl(program().c_str(), "brindle", "--home", home.path().c_str(), "scan", "--no-color", nullptr);
+        ::_exit(127);
+    }
+    if (meanwhile) meanwhile(terminal);
+    std::string output;
+    std::array<char, 4096> block{};
+    for (ssize_t count = 0; (count = ::read(terminal, block.data(), block.size())) > 0;) {
+        output.append(block.data(), static_cast<std::size_t>(count));
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::close(terminal);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), output};
+}
+
+void type(int terminal, std::string_view keys) {
+    ASSERT_EQ(::write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+}
+
+// What the terminal shows in the end: "\r" goes to the start of the line, ESC [ K erases from there.
+std::vector<std::string> screen(const std::string& output) {
+    std::vector<std::string> lines(1);
+    for (std::size_t at = 0; at < output.size(); ++at) {
+        if (output[at] == '\n') {
+            lines.emplace_back();
+        } else if (output.compare(at, 4, "\r\x1b[K") == 0) {
+            lines.back().clear();
+            at += 3;
+        } else if (output[at] == '\r') {
+            const bool isLineEnd = at + 1 < output.size() && output[at + 1] == '\n';
+            if (!isLineEnd) lines.back().clear();
+        } else if (output.compare(at, 3, "\x1b[K") == 0) {
+            at += 2;
+        } else {
+            lines.back() += output[at];
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+TEST(Program, EndsWithTheDocumentedExitCodes) {
+    TestHome home;
+    home.file("Library/Caches/pip/x");
+    struct Case {
+        std::string line;
+        ExitCode code;
+    };
+    const std::vector<Case> cases = {
+        {"$B", ExitCode::success},
+        {"$B scan", ExitCode::success},
+        {"$B --version", ExitCode::success},
+        {"$B help scan", ExitCode::success},
+        {"$B scan --nonsense", ExitCode::usage},
+        {"$B nonsense", ExitCode::usage},
+        {"$B --home /nonexistent scan", ExitCode::usage},
+        {"$B explain python.pip", ExitCode::success},
+        {"$B explain python.none", ExitCode::notFound},
+        {"$B settings none", ExitCode::notFound},
+        {"$B settings cadence hourly", ExitCode::usage},
+    };
+    for (const Case& each : cases) {
+        const ShellRun run = shell(home, each.line);
+        EXPECT_EQ(run.status, number(each.code)) << each.line << "\n" << run.output;
+    }
+}
+
+TEST(Program, IsQuietWhenTheReaderIsGoneAndSpeaksWhenTheDiskIsFull) {
+    TestHome home;
+    // The reader has gone before the program starts.
+    const ShellRun gone = shell(home, "{ sleep 0.3; $B scan; echo status $? >&2; } | true");
+    EXPECT_EQ(gone.output, "status 141\n");
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "needs /dev/full";
+    const ShellRun full = shell(home, "$B scan > /dev/full");
+    EXPECT_EQ(full.status, number(ExitCode::failed));
+    EXPECT_TRUE(full.output.starts_with("brindle: could not ")) << full.output;
+}
+
+TEST(Program, PrintsCompletionsAndAManualThatTheirReadersAccept) {
+    TestHome home;
+    for (const std::string name : {"bash", "zsh", "fish"}) {
+        if (shell(home, "command -v " + name).status != 0) continue;
+        const ShellRun run = shell(home, "$B completion " + name + " > " + home.path(name) + " && " + name +
+                                             " -n " + home.path(name));
+        EXPECT_EQ(run.status, 0) << run.output;
+        EXPECT_EQ(run.output, "");
+    }
+    const std::string complete =
+        "source <($B completion bash); COMP_WORDS=(brindle scan --only py); COMP_CWORD=3; _brindle; "
+        "echo ${COMPREPLY[@]}; COMP_WORDS=(brindle --home / se); _brindle; echo ${COMPREPLY[@]}";
+    const ShellRun completed =
+        shell(home, "$B completion bash > " + home.path("b") + "; bash -c '" + "source " + home.path("b") +
+                        complete.substr(complete.find(';')) + "'");
+    EXPECT_EQ(completed.output, "python\nsettings\n");
+    if (shell(home, "command -v groff").status == 0) {
+        EXPECT_EQ(shell(home, "$B man | groff -man -Tutf8 -ww -z").output, "");
+    }
+}
+
+TEST(Program, LeavesNoDebrisOnTheTerminal) {
+    TestHome home;
+    home.file("Library/Caches/pip/x");
+    for (const unsigned short width : std::array<unsigned short, 2>{40, 100}) {
+        const ShellRun run = onTerminal(home, width);
+        EXPECT_EQ(run.status, 0);
+        EXPECT_NE(run.output.find("modules"), std::string::npos) << "no progress was drawn";
+        for (const std::string& line : screen(run.output)) {
+            EXPECT_LE(displayWidth(line), width) << line;
+            EXPECT_EQ(line.find(" modules"), std::string::npos) << line;
+        }
+        EXPECT_TRUE(screen(run.output).front().starts_with("Volume")) << run.output;
+    }
+}
+
+TEST(Program, EndsAtOnceOnCtrlCWithWhatItHas) {
+    using namespace std::chrono;
+    TestHome home;
+    home.file("Library/Caches/pip/x");
+    ShellRun run{};
+    // Ctrl-S holds the program up at its first sign of life, before the scan. A Ctrl-C that comes too early,
+    // when the program is not ready for it yet, kills it: then it was given too little time.
+    for (auto patience = milliseconds(50); patience < seconds(10); patience *= 3) {
+        steady_clock::time_point interrupted;
+        run = onTerminal(home, 80, [&](int terminal) {
+            type(terminal, "\x13");
+            std::this_thread::sleep_for(patience);
+            interrupted = steady_clock::now();
+            type(terminal, "\x03\x11");
+        });
+        EXPECT_LT(steady_clock::now() - interrupted, seconds(2));
+        if (run.status != -SIGINT) break;
+    }
+    EXPECT_EQ(run.status, number(ExitCode::interrupted)) << run.output;
+    EXPECT_NE(run.output.find("Interrupted: this is partial"), std::string::npos) << run.output;
+    for (const std::string& line : screen(run.output)) {
+        EXPECT_EQ(line.find(" modules"), std::string::npos) << line;
+    }
+}
+
+}  // namespace brindle::test
