@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "core/settings/preferences.h"
+#include "core/text/resource_bundle.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -131,6 +132,17 @@ TEST(SettingTable, SaysWhenAStoredValueIsNotInForce) {
     EXPECT_EQ(shown("notify-threshold"), (ShownSetting{Origin::stored, "1500"}));
     EXPECT_EQ(shown("project-roots"), (ShownSetting{Origin::stored, R"(a\,b,c\\)"}));
     EXPECT_FALSE(shownSetting(named("cadence"), *fileDefaults(home.text("bad.json", "{"))));
+}
+
+// A meaning that no catalogue knows could never be translated.
+TEST(SettingTable, HasEveryMeaningInTheEnglishStrings) {
+    const ResourceBundle english(test::resourcesFolder(), "core", {"en"});
+    for (const Setting& setting : allSettings()) {
+        EXPECT_EQ(english.text(setting.meaning, ""), setting.meaning);
+        const std::string fallback(setting.defaultText);
+        EXPECT_EQ(english.text(fallback, fallback), fallback);
+        EXPECT_TRUE(!fallback.starts_with('(') || !english.text(fallback, "").empty()) << fallback;
+    }
 }
 
 }  // namespace
