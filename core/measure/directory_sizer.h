@@ -4,11 +4,12 @@
 // - The walk stays on the volume where it began; folders on another one are listed, not entered.
 // - A file with several names counts once for each tracker; further sightings go to deduplicatedBytes.
 // - A folder that cannot be opened, an entry whose status cannot be read, and a listing that breaks off are
-// listed
-//   in unreadablePaths while everything beside them is counted. A folder that has vanished is not listed.
-// - One status call an entry; a folder's own comes from its open descriptor. At most about 150 descriptors
-// are
-//   open at a time, and memory grows with the breadth of what is pending, not with the number of files.
+//   listed in unreadablePaths while everything beside them is counted. A folder that has vanished is not
+//   listed.
+// - One status call an entry; a folder's own comes from its open descriptor. Memory grows with the breadth of
+//   what is pending, not with the number of files, and some 150 descriptors are open at a time: one for each
+//   worker, at most 128 for pending subfolders, and those of large folders whose portions wait.
+// - A root may be as long as the system takes a path in one call; below it there is no limit.
 #pragma once
 
 #include <functional>

@@ -1,19 +1,21 @@
 #include "core/measure/listed_folder.h"
 
 #include <algorithm>
+#include <cerrno>
 
+#include "core/measure/walk_workers.h"
 #include "core/platform/machine.h"
 
 namespace brindle {
 
 namespace {
 
-// The process needs others as well: one for each worker's own folder, the standard three, files of its own.
+// The process needs others as well: the workers' own folders, large folders whose portions wait, tools and files.
 int descriptorsToKeep() {
     constexpr int kMost = 128;
-    constexpr int kForOthers = 96;
+    const int forOthers = 2 * walkWorkerCount() + 64;
     const auto limit = static_cast<std::int64_t>(std::min<std::uint64_t>(descriptorLimit(), 1 << 20));
-    return static_cast<int>(std::clamp<std::int64_t>(limit - kForOthers, 0, kMost));
+    return static_cast<int>(std::clamp<std::int64_t>(limit - forOthers, 0, kMost));
 }
 
 }  // namespace
@@ -33,8 +35,13 @@ void DescriptorBudget::giveBack() {
     left_.fetch_add(1, std::memory_order_relaxed);
 }
 
-ListedFolder::ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder)
-    : parent_(parent), name_(name), open_(std::move(folder)), isKept_(DescriptorBudget::ofProcess().take()) {}
+ListedFolder::ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder,
+                           std::uint64_t inode)
+    : parent_(parent),
+      name_(name),
+      open_(std::move(folder)),
+      inode_(inode),
+      isKept_(DescriptorBudget::ofProcess().take()) {}
 
 ListedFolder* ListedFolder::retain() {
     references_.fetch_add(1, std::memory_order_relaxed);
@@ -65,6 +72,14 @@ std::string ListedFolder::pathOf(std::string_view name) const {
     std::string whole = path();
     if (!whole.ends_with('/')) whole += '/';
     return whole.append(name);
+}
+
+int ListedFolder::reopen(OpenFolder& folder) const {
+    FileStatus status;
+    int failure = folder.openPath(path());
+    if (failure == 0) failure = folder.status(status);
+    if (failure != 0) return failure;
+    return status.inode == inode_ ? 0 : ENOENT;
 }
 
 void ListedFolder::addUsers(std::uint32_t count) {

@@ -29,7 +29,7 @@ class DescriptorBudget {
 class ListedFolder {
   public:
     // Takes over a reference to `parent` (null for the root, whose name is its whole path).
-    ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder);
+    ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder, std::uint64_t inode);
 
     ListedFolder* retain();
     static void release(ListedFolder* folder);
@@ -45,6 +45,9 @@ class ListedFolder {
     const OpenFolder& open() const { return open_; }
     OpenFolder& listing() { return open_; }  // for the one thread that lists it
 
+    // Opens the folder again by its path. 0 or an errno; ENOENT when another folder lies there now.
+    int reopen(OpenFolder& folder) const;
+
     // Whether subfolders hold the descriptor; fixed at construction.
     bool isKept() const { return isKept_; }
 
@@ -54,6 +57,7 @@ class ListedFolder {
     ListedFolder* parent_;
     std::string name_;
     OpenFolder open_;
+    const std::uint64_t inode_;
     const bool isKept_;
     std::atomic<std::uint32_t> references_{1};
     std::atomic<std::uint32_t> users_{1};

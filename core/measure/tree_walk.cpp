@@ -22,8 +22,14 @@ constexpr int kMostPortions = 32;
 constexpr int kDescriptorTries = 200;
 constexpr auto kDescriptorPause = std::chrono::milliseconds(5);
 
-bool isDescriptorShortage(int failure) {
-    return failure == EMFILE || failure == ENFILE;
+// `open` returns 0 or an errno.
+template <typename Open>
+int openPatiently(Open open) {
+    for (int tries = 0;; ++tries) {
+        const int failure = open();
+        if ((failure != EMFILE && failure != ENFILE) || tries == kDescriptorTries) return failure;
+        std::this_thread::sleep_for(kDescriptorPause);
+    }
 }
 
 }  // namespace
@@ -63,15 +69,30 @@ void TreeWalk::measureRoot() {
         return;
     }
     Listing listing;
-    FileStatus opened;
-    if (listing.own.openPath(root_) != 0 || listing.own.status(opened) != 0) {
-        if (statusOf(root_)) tally.unreadablePaths.push_back(root_);
-        return;
+    const int failure = openPatiently([&] { return listing.own.openPath(root_); });
+    if (failure == ENOENT) return;
+    if (failure != 0 || !countFolder(listing)) {
+        tally.unreadablePaths.push_back(root_);
+    } else if (auto first = list(listing)) {
+        hand(std::move(*first));
     }
-    rootDevice_ = opened.device;
+}
+
+// The folder that has just been opened; false when even its own status cannot be read.
+bool TreeWalk::countFolder(Listing& listing) {
+    FileStatus status;
+    if (listing.own.status(status) != 0) return false;
+    if (listing.parent == nullptr) rootDevice_ = status.device;
+    DirectoryMeasurement& tally = tallies_.local();
+    listing.inode = status.inode;
+    listing.isElsewhere = status.device != rootDevice_;
+    if (listing.isElsewhere) {
+        tally.otherVolumePaths.push_back(pathOf(listing));
+        return true;
+    }
     tally.directoryCount += 1;
-    tally.allocatedBytes = addBytes(tally.allocatedBytes, bytesOfBlocks(opened.blocks));
-    if (auto first = list(listing)) hand(std::move(*first));
+    tally.allocatedBytes = addBytes(tally.allocatedBytes, bytesOfBlocks(status.blocks));
+    return true;
 }
 
 // Depth first, on this thread, until so many folders are walked or somebody else has taken over.
@@ -121,51 +142,33 @@ void TreeWalk::abandon(const Siblings& siblings) {
 }
 
 std::optional<TreeWalk::Siblings> TreeWalk::expand(ListedFolder& parent, const char* name) {
-    Listing listing{.parent = &parent, .name = name, .own = {}, .listed = nullptr};
-    const int failure = openChild(parent, name, listing.own);
-    if (failure != 0) noteUnexpandable(parent, name);
+    Listing listing{.parent = &parent, .name = name};
+    OpenFolder reopened;
+    const OpenFolder& above = parent.isKept() ? parent.open() : reopened;
+    int failure = parent.isKept() ? 0 : openPatiently([&] { return parent.reopen(reopened); });
+    if (failure == 0) failure = openPatiently([&] { return listing.own.openAt(above, name); });
+    if (failure != 0) noteUnexpandable(above, listing, failure);
     if (parent.isKept()) parent.removeUser();
     if (failure != 0) return std::nullopt;
 
-    DirectoryMeasurement& tally = tallies_.local();
-    FileStatus status;
-    if (listing.own.status(status) != 0) {
-        tally.unreadablePaths.push_back(pathOf(listing));
+    if (!countFolder(listing)) {
+        tallies_.local().unreadablePaths.push_back(pathOf(listing));
         return std::nullopt;
     }
-    if (status.device != rootDevice_) {
-        tally.otherVolumePaths.push_back(pathOf(listing));
-        return std::nullopt;
-    }
-    tally.directoryCount += 1;
-    tally.allocatedBytes = addBytes(tally.allocatedBytes, bytesOfBlocks(status.blocks));
+    if (listing.isElsewhere) return std::nullopt;
     return list(listing);
 }
 
-int TreeWalk::openChild(const ListedFolder& parent, const char* name, OpenFolder& child) const {
-    for (int tries = 0;; ++tries) {
-        const int failure =
-            parent.isKept() ? child.openAt(parent.open(), name) : child.openPath(parent.pathOf(name));
-        if (!isDescriptorShortage(failure) || tries == kDescriptorTries || isCancelled()) return failure;
-        std::this_thread::sleep_for(kDescriptorPause);
-    }
-}
-
 // What the status would have told before opening: gone, no folder any more, elsewhere, or not to be read.
-void TreeWalk::noteUnexpandable(const ListedFolder& parent, const char* name) {
-    std::string path = parent.pathOf(name);
+void TreeWalk::noteUnexpandable(const OpenFolder& above, const Listing& listing, int failure) {
     FileStatus status;
-    OpenFolder again;
-    const bool isReachable = parent.isKept() || again.openPath(parent.path()) == 0;
-    const int failure =
-        !isReachable ? EACCES : (parent.isKept() ? parent.open() : again).statusAt(name, status);
+    if (above.isOpen() && failure != ENOENT) failure = above.statusAt(listing.name, status);
+    if (failure == ENOENT) return;
+    const bool isKnown = above.isOpen() && failure == 0;
+    if (isKnown && !status.isFolder()) return;
     DirectoryMeasurement& tally = tallies_.local();
-    if (failure == ENOENT || (failure == 0 && !status.isFolder())) return;
-    if (failure == 0 && status.device != rootDevice_) {
-        tally.otherVolumePaths.push_back(std::move(path));
-    } else {
-        tally.unreadablePaths.push_back(std::move(path));
-    }
+    const bool isElsewhere = isKnown && status.device != rootDevice_;
+    (isElsewhere ? tally.otherVolumePaths : tally.unreadablePaths).push_back(pathOf(listing));
 }
 
 std::optional<TreeWalk::Siblings> TreeWalk::list(Listing& listing) {
@@ -174,7 +177,7 @@ std::optional<TreeWalk::Siblings> TreeWalk::list(Listing& listing) {
     FolderNames names;
     bool isAtEnd = false;
     const int failure = listing.own.read(block, isAtEnd);
-    if (failure != 0) tallies_.local().unreadablePaths.push_back(pathOf(listing));
+    noteBrokenListing(listing, failure);
     if (failure == 0 && !isAtEnd) {
         examine(block, listing, names);
         listFurther(listing, names);
@@ -188,6 +191,11 @@ std::optional<TreeWalk::Siblings> TreeWalk::list(Listing& listing) {
     return below;
 }
 
+// A folder that is removed while it is listed has no further entries, and nobody need be told.
+void TreeWalk::noteBrokenListing(const Listing& listing, int failure) {
+    if (failure != 0 && failure != ENOENT) tallies_.local().unreadablePaths.push_back(pathOf(listing));
+}
+
 // The portions after the first. Each that another worker can examine goes to it together with the descriptor.
 void TreeWalk::listFurther(Listing& listing, FolderNames& names) {
     Portion portion;
@@ -195,7 +203,7 @@ void TreeWalk::listFurther(Listing& listing, FolderNames& names) {
         if (!portion) portion = std::make_shared<EntryBlock>();
         bool isAtEnd = false;
         const int failure = listing.open().read(*portion, isAtEnd);
-        if (failure != 0) tallies_.local().unreadablePaths.push_back(pathOf(listing));
+        noteBrokenListing(listing, failure);
         if (failure != 0 || isAtEnd) return;
         if (helpers_ != nullptr && portionsHanded_.load(std::memory_order_relaxed) < kMostPortions) {
             handPortion(listedFolder(listing), std::move(portion));
@@ -212,7 +220,7 @@ void TreeWalk::handPortion(ListedFolder& folder, Portion portion) {
     folder.addUsers(1);
     group_->run([this, kept = folder.retain(), portion = std::move(portion)] {
         FolderNames names;
-        Listing listing{.parent = nullptr, .name = "", .own = {}, .listed = kept};
+        Listing listing{.listed = kept};
         examine(*portion, listing, names);
         if (names.count() > 0) hand(siblings(*kept, std::move(names)));
         kept->removeUser();
@@ -224,7 +232,8 @@ void TreeWalk::handPortion(ListedFolder& folder, Portion portion) {
 ListedFolder& TreeWalk::listedFolder(Listing& listing) {
     if (listing.listed == nullptr) {
         ListedFolder* parent = listing.parent ? listing.parent->retain() : nullptr;
-        listing.listed = new ListedFolder(parent, parent ? listing.name : root_, std::move(listing.own));
+        listing.listed =
+            new ListedFolder(parent, parent ? listing.name : root_, std::move(listing.own), listing.inode);
     }
     return *listing.listed;
 }
@@ -265,8 +274,8 @@ void TreeWalk::countFile(const FileStatus& status, DirectoryMeasurement& tally) 
     }
     tally.fileCount += 1;
     tally.allocatedBytes = addBytes(tally.allocatedBytes, bytes);
-    tally.logicalBytes =
-        addBytes(tally.logicalBytes, static_cast<std::uint64_t>(std::max<std::int64_t>(status.size, 0)));
+    tally.logicalBytes = addApparentBytes(tally.logicalBytes,
+                                          static_cast<std::uint64_t>(std::max<std::int64_t>(status.size, 0)));
     tally.foldModified(std::chrono::sys_seconds(std::chrono::seconds(status.modified)));
 }
 

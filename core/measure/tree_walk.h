@@ -48,7 +48,9 @@ class TreeWalk {
     struct Listing {
         ListedFolder* parent = nullptr;
         const char* name = "";
-        OpenFolder own;
+        std::uint64_t inode = 0;
+        bool isElsewhere = false;  // on another volume
+        OpenFolder own = {};
         ListedFolder* listed = nullptr;
 
         OpenFolder& open() { return listed ? listed->listing() : own; }
@@ -63,8 +65,9 @@ class TreeWalk {
     void walk(Siblings siblings);
     void abandon(const Siblings& siblings);
     std::optional<Siblings> expand(ListedFolder& parent, const char* name);
-    int openChild(const ListedFolder& parent, const char* name, OpenFolder& child) const;
-    void noteUnexpandable(const ListedFolder& parent, const char* name);
+    bool countFolder(Listing& listing);
+    void noteUnexpandable(const OpenFolder& above, const Listing& listing, int failure);
+    void noteBrokenListing(const Listing& listing, int failure);
     std::optional<Siblings> list(Listing& listing);
     void listFurther(Listing& listing, FolderNames& names);
     void handPortion(ListedFolder& folder, Portion portion);

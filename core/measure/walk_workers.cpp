@@ -10,26 +10,26 @@ namespace brindle {
 
 namespace {
 
+struct Workers {
+    tbb::global_control limit{tbb::global_control::max_allowed_parallelism,
+                              static_cast<std::size_t>(walkWorkerCount())};
+    tbb::task_arena arena{walkWorkerCount()};
+};
+
+}  // namespace
+
 // A walk that finds nothing cached waits for the disk, and a disk answers many questions at once: sixteen
 // threads on two processors took 0.53 of the time of two, and cost nothing where everything was cached.
-int workerCount() {
+int walkWorkerCount() {
     constexpr int kFewest = 16;
     constexpr int kMost = 64;
     return std::clamp(2 * static_cast<int>(processorCount()), kFewest, kMost);
 }
 
-struct Workers {
-    tbb::global_control limit{tbb::global_control::max_allowed_parallelism,
-                              static_cast<std::size_t>(workerCount())};
-    tbb::task_arena arena{workerCount()};
-};
-
-}  // namespace
-
 tbb::task_arena& walkArena() {
     // Never destroyed: a thread of a face may still be in a walk when the process exits.
-    static auto* workers = new Workers;
-    return workers->arena;
+    static auto* const kWorkers = new Workers;
+    return kWorkers->arena;
 }
 
 }  // namespace brindle

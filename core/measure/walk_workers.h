@@ -9,4 +9,6 @@ namespace brindle {
 // ever waits for a tool.
 tbb::task_arena& walkArena();
 
+int walkWorkerCount();
+
 }  // namespace brindle

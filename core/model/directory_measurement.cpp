@@ -25,7 +25,7 @@ void DirectoryMeasurement::foldModified(std::chrono::sys_seconds moment) {
 
 DirectoryMeasurement& DirectoryMeasurement::operator+=(const DirectoryMeasurement& other) {
     allocatedBytes = addBytes(allocatedBytes, other.allocatedBytes);
-    logicalBytes = addBytes(logicalBytes, other.logicalBytes);
+    logicalBytes = addApparentBytes(logicalBytes, other.logicalBytes);
     deduplicatedBytes = addBytes(deduplicatedBytes, other.deduplicatedBytes);
     fileCount += other.fileCount;
     directoryCount += other.directoryCount;

@@ -36,32 +36,34 @@ std::string itemID(ModuleID module, const std::string& key) {
 
 }  // namespace
 
-std::string CacheSpec::folder(const ScanContext& context) const {
-    std::string usual = context.path(relativePath);
-    if (!relativePath.starts_with(kLibraryCaches) || kUserCachesFolder == kLibraryCaches) return usual;
-    if (context.exists(usual)) return usual;
-    std::string other =
-        context.path(std::string(kUserCachesFolder) + relativePath.substr(kLibraryCaches.size()));
-    return context.exists(other) ? other : usual;
+std::vector<std::string> CacheSpec::folders(const ScanContext& context) const {
+    std::vector<std::string> folders = {context.path(relativePath)};
+    if (relativePath.starts_with(kLibraryCaches) && kUserCachesFolder != kLibraryCaches) {
+        folders.push_back(
+            context.path(std::string(kUserCachesFolder) + relativePath.substr(kLibraryCaches.size())));
+    }
+    return folders;
 }
 
 std::optional<CleanupItem> CacheSpec::item(const ScanContext& context, ModuleID module) const {
-    const std::string where = folder(context);
-    const auto measurement = measureOccupied(context, where);
-    if (!measurement) return std::nullopt;
-    return CleanupItem(CleanupItemFields{
-        .id = itemID(module, key),
-        .moduleID = module,
-        .title = title,
-        .detail = context.displayPath(where),
-        .measurement = *measurement,
-        .classification = classification,
-        .explanation = {whatItIs, whatHappensNext, whySuggested, regeneratedBy,
-                        factsOf(context, *measurement)},
-        .removal = command ? RemovalStrategy{*command} : RemovalStrategy{DeletePaths{{where}}},
-        .projectPath = std::nullopt,
-        .clears = std::nullopt,
-    });
+    for (const std::string& where : folders(context)) {
+        const auto measurement = measureOccupied(context, where);
+        if (!measurement) continue;
+        return CleanupItem(CleanupItemFields{
+            .id = itemID(module, key),
+            .moduleID = module,
+            .title = title,
+            .detail = context.displayPath(where),
+            .measurement = *measurement,
+            .classification = classification,
+            .explanation = {whatItIs, whatHappensNext, whySuggested, regeneratedBy,
+                            factsOf(context, *measurement)},
+            .removal = command ? RemovalStrategy{*command} : RemovalStrategy{DeletePaths{{where}}},
+            .projectPath = std::nullopt,
+            .clears = std::nullopt,
+        });
+    }
+    return std::nullopt;
 }
 
 std::optional<CleanupItem> ProtectedSpec::item(const ScanContext& context, ModuleID module) const {

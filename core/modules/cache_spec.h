@@ -27,12 +27,12 @@ struct CacheSpec {
     std::optional<RunCommand> command = std::nullopt;  // removed by the tool instead of by hand
     Classification classification = Classification::safe;
 
-    // The folder in this home. Tools that keep a cache in Library/Caches on one system keep it in .cache on
-    // the other: where the first does not exist and the system's caches lie elsewhere, it is looked for
-    // there.
-    std::string folder(const ScanContext& context) const;
+    // Where the folder may lie in this home, the likeliest first. Tools that keep a cache in Library/Caches on
+    // one system keep it in .cache on the other: where this system's caches lie elsewhere, both are looked at.
+    std::vector<std::string> folders(const ScanContext& context) const;
 
-    // Measures the folder. Absent when it is missing, occupies nothing, or the scan was cancelled.
+    // Measures the first of the folders that holds something. Absent when none does, and when the scan was
+    // cancelled.
     std::optional<CleanupItem> item(const ScanContext& context, ModuleID module) const;
 };
 

@@ -9,10 +9,12 @@ CatalogueModule::CatalogueModule(ModuleID id, std::vector<CacheSpec> specs,
     : id_(id), specs_(std::move(specs)), protectedSpecs_(std::move(protectedSpecs)) {}
 
 bool CatalogueModule::isPresent(const ScanContext& context) const {
-    return std::ranges::any_of(specs_,
-                               [&](const CacheSpec& spec) { return context.exists(spec.folder(context)); }) ||
+    const auto exists = [&](const std::string& folder) { return context.exists(folder); };
+    return std::ranges::any_of(
+               specs_,
+               [&](const CacheSpec& spec) { return std::ranges::any_of(spec.folders(context), exists); }) ||
            std::ranges::any_of(protectedSpecs_, [&](const ProtectedSpec& spec) {
-               return context.exists(context.path(spec.relativePath));
+               return exists(context.path(spec.relativePath));
            });
 }
 

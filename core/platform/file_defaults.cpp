@@ -94,6 +94,9 @@ Error unreadable(const std::string& path, std::string_view reason) {
     return malformedError("read the preferences", path, reason);
 }
 
+// Writing a value out again recurses once for each level.
+constexpr int kDeepestLevel = 100;
+
 // Of two entries under one key the parser would keep one, and the next write would lose the other for good.
 class DuplicateWatch {
   public:
@@ -102,13 +105,16 @@ class DuplicateWatch {
             !keys_.insert(parsed.get<std::string>()).second) {
             duplicate_ = parsed.get<std::string>();
         }
-        return true;
+        if (depth > kDeepestLevel) isTooDeep_ = true;
+        return !isTooDeep_;
     }
+    bool isTooDeep() const { return isTooDeep_; }
     const std::optional<std::string>& duplicate() const { return duplicate_; }
 
   private:
     std::set<std::string> keys_;
     std::optional<std::string> duplicate_;
+    bool isTooDeep_ = false;
 };
 
 std::expected<Json, Error> documentFrom(const std::string& text, const std::string& path) {
@@ -117,6 +123,7 @@ std::expected<Json, Error> documentFrom(const std::string& text, const std::stri
         Json document = Json::parse(text, [&](int depth, Json::parse_event_t event, const Json& parsed) {
             return watch(depth, event, parsed);
         });
+        if (watch.isTooDeep()) return std::unexpected(unreadable(path, "nested too deep"));
         if (!document.is_object()) return std::unexpected(unreadable(path, "not a JSON object"));
         if (watch.duplicate()) {
             return std::unexpected(

@@ -10,7 +10,8 @@
 //     "brindle.storageSamples": { "data": "base64…" } }
 //
 // Dates are kept in whole seconds. A list entry that is not UTF-8 (a path may be any bytes) is written as
-// { "data": "base64…" } in its place. Keys and values that Brindle does not know stay in the file, in their
+// { "data": "base64…" } in its place. Keys and values that Brindle does not know stay in the file (numbers of
+// theirs at double precision, of entries that stand twice inside a value one), in their
 // order.
 #pragma once
 

@@ -17,10 +17,22 @@ sys_seconds modifiedOrEarliest(const std::string& path) {
     return status ? sys_seconds(std::chrono::seconds(status->modified)) : sys_seconds::min();
 }
 
+// What vanished during the walk could not be read either, but nobody need look for permissions.
+UnreachableLocation::Reason reasonOf(const std::string& unreadable) {
+    const auto status = statusOf(unreadable);
+    const bool isGone = !status && status.error().kind == Error::Kind::missing;
+    return isGone ? UnreachableLocation::Reason::missing : UnreachableLocation::Reason::permissionDenied;
+}
+
+std::string joined(std::string folder, std::string_view relative) {
+    if (!folder.ends_with('/')) folder += '/';
+    return folder.append(relative);
+}
+
 }  // namespace
 
 std::string ScanContext::path(std::string_view relative) const {
-    return home + "/" + std::string(relative);
+    return joined(home, relative);
 }
 
 bool ScanContext::exists(const std::string& path) const {
@@ -31,7 +43,7 @@ std::optional<DirectoryMeasurement> ScanContext::measure(const std::string& path
     if (isCancelled() || !exists(path)) return std::nullopt;
     DirectoryMeasurement measurement = sizer.measureConcurrently(path, {hardlinks.get(), isCancelled});
     for (const std::string& unreadable : measurement.unreadablePaths) {
-        diagnostics->record(unreadable, UnreachableLocation::Reason::permissionDenied);
+        diagnostics->record(unreadable, reasonOf(unreadable));
     }
     for (const std::string& foreign : measurement.otherVolumePaths) {
         diagnostics->record(foreign, UnreachableLocation::Reason::differentVolume);
@@ -49,7 +61,7 @@ std::vector<ChildEntry> ScanContext::children(const std::string& path) const {
     std::vector<ChildEntry> children;
     for (const std::string& name : *names) {
         if (name.starts_with('.')) continue;
-        const std::string child = path + "/" + name;
+        const std::string child = joined(path, name);
         children.push_back({child, modifiedOrEarliest(child)});
     }
     return children;
@@ -73,8 +85,8 @@ std::string ScanContext::relativeAge(std::optional<sys_seconds> date) const {
 
 std::string ScanContext::displayPath(const std::string& path) const {
     if (path == home) return "~";
-    if (path.starts_with(home + "/")) return "~" + path.substr(home.size());
-    return path;
+    const std::string below = joined(home, "");
+    return path.starts_with(below) ? joined("~", path.substr(below.size())) : path;
 }
 
 }  // namespace brindle

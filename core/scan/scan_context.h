@@ -39,8 +39,8 @@ struct ScanContext {
     // Whether anything lies there, links followed.
     bool exists(const std::string& path) const;
 
-    // Absent when cancelled or when nothing lies there (a missing cache is no error). Unreadable and foreign
-    // places met on the way are recorded in the diagnostics.
+    // Absent when cancelled or when nothing lies there (a missing cache is no error). Unreadable, vanished and
+    // foreign places met on the way are recorded in the diagnostics.
     std::optional<DirectoryMeasurement> measure(const std::string& path) const;
 
     // Hidden entries are left out. A folder that is there and cannot be listed is recorded and has no

@@ -8,6 +8,13 @@ void ScanDiagnostics::record(const std::string& path, UnreachableLocation::Reaso
     if (!isNew && isDeliberate(entry->second)) entry->second = reason;
 }
 
+std::optional<UnreachableLocation::Reason> ScanDiagnostics::reason(const std::string& path) const {
+    const std::lock_guard guard(lock_);
+    const auto entry = reasons_.find(path);
+    if (entry == reasons_.end()) return std::nullopt;
+    return entry->second;
+}
+
 std::vector<std::pair<std::string, UnreachableLocation::Reason>> ScanDiagnostics::entries() const {
     const std::lock_guard guard(lock_);
     return {reasons_.begin(), reasons_.end()};

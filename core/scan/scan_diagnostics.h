@@ -3,6 +3,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,9 @@ class ScanDiagnostics {
   public:
     // The first real failure of a path stays; a deliberate limit gives way to whatever comes later.
     void record(const std::string& path, UnreachableLocation::Reason reason);
+
+    // Absent for a path that nobody recorded.
+    std::optional<UnreachableLocation::Reason> reason(const std::string& path) const;
 
     // Sorted by path.
     std::vector<std::pair<std::string, UnreachableLocation::Reason>> entries() const;

@@ -6,6 +6,7 @@
 #include <deque>
 #include <mutex>
 #include <set>
+#include <system_error>
 #include <thread>
 
 #include "core/scan/storage_survey.h"
@@ -49,25 +50,39 @@ class FinishedQueue {
     std::deque<Finished> waiting_;
 };
 
-void addLocations(std::vector<UnreachableLocation>& locations, const std::set<std::string>& paths,
-                  UnreachableLocation::Reason reason) {
-    for (const std::string& path : paths) {
-        const bool isKnown =
-            std::ranges::find(locations, path, &UnreachableLocation::path) != locations.end();
-        if (!isKnown) locations.push_back(UnreachableLocation::withDefaultRemedy(path, reason));
+using Reason = UnreachableLocation::Reason;
+
+// A result's locations, each path once: what was there before stays.
+class LocationList {
+  public:
+    explicit LocationList(std::vector<UnreachableLocation>& locations) : locations_(locations) {
+        for (const UnreachableLocation& location : locations) known_.insert(location.path);
     }
-}
+
+    void add(const std::string& path, Reason reason) {
+        if (!known_.insert(path).second) return;
+        locations_.push_back(UnreachableLocation::withDefaultRemedy(path, reason));
+    }
+
+  private:
+    std::vector<UnreachableLocation>& locations_;
+    std::set<std::string> known_;
+};
 
 // A module need not report again what its own measurements already say.
-void completeUnreachable(ModuleResult& result) {
+void completeUnreachable(ModuleResult& result, const ScanDiagnostics& diagnostics) {
     std::set<std::string> unreadable;
     std::set<std::string> foreign;
     for (const CleanupItem& item : result.items) {
         unreadable.insert(item.measurement.unreadablePaths.begin(), item.measurement.unreadablePaths.end());
         foreign.insert(item.measurement.otherVolumePaths.begin(), item.measurement.otherVolumePaths.end());
     }
-    addLocations(result.unreachable, unreadable, UnreachableLocation::Reason::permissionDenied);
-    addLocations(result.unreachable, foreign, UnreachableLocation::Reason::differentVolume);
+    LocationList locations(result.unreachable);
+    for (const std::string& path : unreadable) {
+        const bool isGone = diagnostics.reason(path) == Reason::missing;
+        locations.add(path, isGone ? Reason::missing : Reason::permissionDenied);
+    }
+    for (const std::string& path : foreign) locations.add(path, Reason::differentVolume);
 }
 
 Finished runModule(const ScanModule& module, const ScanContext& context) {
@@ -77,7 +92,7 @@ Finished runModule(const ScanModule& module, const ScanContext& context) {
         .moduleID = module.id(), .items = {}, .unreachable = {}, .isToolchainInstalled = true};
     if (!context.isCancelled()) {
         result = module.scan(context);
-        completeUnreachable(result);
+        completeUnreachable(result, *context.diagnostics);
     }
     return {std::move(result), {std::string(rawText(module.id())), secondsSince(start)}};
 }
@@ -88,10 +103,7 @@ std::vector<UnreachableLocation> guardedLocations(const ScanContext& context) {
     std::vector<UnreachableLocation> locations;
     for (const std::string& path : FullDiskAccess::blockedPaths(
              {context.path("Library/Application Support"), context.path("Library/Containers")})) {
-        locations.push_back(
-            {path, UnreachableLocation::Reason::permissionDenied,
-             "Open System Settings → Privacy & Security → Full Disk Access, turn on Brindle, then quit "
-             "and reopen Brindle and scan again."});
+        locations.push_back({path, Reason::permissionDenied, std::string(FullDiskAccess::kRemedy)});
     }
     return locations;
 }
@@ -122,12 +134,19 @@ std::vector<ModuleResult> runModules(const ModuleList& modules, const ScanContex
                                      const ScanRequest& request, std::vector<StageTiming>& timings) {
     FinishedQueue queue;
     std::vector<std::jthread> threads;
+    std::size_t running = 0;
     for (const auto& module : modules) {
         if (request.disabledModules.contains(module->id())) continue;
-        threads.emplace_back([&queue, &context, module] { queue.push(runModule(*module, context)); });
+        running += 1;
+        const auto run = [&queue, &context, module] { queue.push(runModule(*module, context)); };
+        try {
+            threads.emplace_back(run);
+        } catch (const std::system_error&) {
+            run();  // no thread to be had: later than the others, but not left out
+        }
     }
     std::vector<ModuleResult> results;
-    while (results.size() < threads.size()) {
+    while (results.size() < running) {
         Finished finished = queue.pop();
         if (request.onModuleFinished) request.onModuleFinished(finished.result);
         timings.push_back(std::move(finished.timing));

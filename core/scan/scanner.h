@@ -19,7 +19,7 @@ struct StageTiming {
 
 struct ScanRequest {
     std::set<ModuleID> disabledModules;
-    bool includeProjects = true;
+    bool includeProjects = true;  // for the search of projects, once there is one
     // One call at a time, in the order in which modules finish, from a thread of the scan; must not block.
     std::function<void(const ModuleResult&)> onModuleFinished;
     // Called once at the end, in the order in which the stages ended.

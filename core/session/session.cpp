@@ -37,7 +37,9 @@ std::set<ModuleID> modulesLeftOut(const Preferences& preferences, const ScanOpti
 
 }  // namespace
 
-Session::Session(SessionHome home) : home_(std::move(home)), defaults_(defaultsFor(home_)) {}
+Session::Session(SessionHome home) : home_(std::move(home)), defaults_(defaultsFor(home_)) {
+    while (home_.path.size() > 1 && home_.path.ends_with('/')) home_.path.pop_back();
+}
 
 Preferences Session::preferences() const {
     return Preferences(defaults_);

@@ -67,10 +67,7 @@ std::vector<std::string> FullDiskAccess::blockedPaths(const std::vector<std::str
 }
 
 std::string FullDiskAccess::remedy() {
-    return localized(
-        "Open System Settings → Privacy & Security → Full Disk Access, turn on Brindle, then quit and reopen "
-        "Brindle "
-        "and scan again.");
+    return localized(kRemedy);
 }
 
 std::string FullDiskAccess::report() const {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace brindle {
@@ -22,7 +23,10 @@ class FullDiskAccess {
     // Those of the paths, in their order, that exist and whose content cannot be listed.
     static std::vector<std::string> blockedPaths(const std::vector<std::string>& among);
 
-    // What the user can do about blocked places, localised at every call.
+    // What the user can do about blocked places: the English source, and localised at every call.
+    static constexpr std::string_view kRemedy =
+        "Open System Settings → Privacy & Security → Full Disk Access, turn on Brindle, then quit and reopen "
+        "Brindle and scan again.";
     static std::string remedy();
 
     // One line a probe, in the order in which they are tried: "PATH: readable", "PATH: not there" or

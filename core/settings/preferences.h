@@ -20,8 +20,8 @@ namespace brindle {
 // beside it see the same values. As safe between threads and processes as the store is.
 //
 // A getter answers the setting's default when the key is absent, when its value is of another type, and when
-// the store cannot be read. The last would leave out what the user protected: whoever is about to scan, clean
-// or schedule asks readable() first and stops on its error.
+// the store cannot be read. The last would leave out what the user protected: whoever is about to clean or
+// schedule asks readable() first and stops on its error; a scan, which changes nothing, says so and goes on.
 //
 // A setter stores the value or returns why it could not; then the store is as it was.
 class Preferences {

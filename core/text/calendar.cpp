@@ -128,9 +128,9 @@ std::optional<int> wholeDaysBetween(sys_seconds from, sys_seconds to) {
 }
 
 std::optional<std::string> iso8601(sys_seconds second) {
-    constexpr sys_seconds kEarliest = std::chrono::sys_days{std::chrono::year::min() / 1 / 1};
-    constexpr sys_seconds kLatest = std::chrono::sys_days{std::chrono::year::max() / 12 / 31};
-    if (second < kEarliest || second > kLatest) return std::nullopt;
+    constexpr sys_seconds kEarliest = std::chrono::sys_days{std::chrono::year{0} / 1 / 1};
+    constexpr sys_seconds kEnd = std::chrono::sys_days{std::chrono::year{10'000} / 1 / 1};
+    if (second < kEarliest || second >= kEnd) return std::nullopt;
     const std::chrono::sys_days midnight = std::chrono::floor<std::chrono::days>(second);
     const std::chrono::year_month_day date{midnight};
     const std::chrono::hh_mm_ss time{second - midnight};

@@ -16,8 +16,8 @@ using TimePoint = std::chrono::system_clock::time_point;
 // calendar cannot count (moments outside the years that ICU handles).
 std::optional<int> wholeDaysBetween(std::chrono::sys_seconds from, std::chrono::sys_seconds to);
 
-// "2026-11-21T07:19:27Z": ISO 8601 in UTC, whole seconds (rounded down). A moment beyond the year 32767,
-// which only a broken file time can name, is absent.
+// "2026-11-21T07:19:27Z": ISO 8601 in UTC, whole seconds (rounded down). Absent outside the years 0 to
+// 9999, which only a broken file time can name.
 std::string iso8601(TimePoint moment);
 std::optional<std::string> iso8601(std::chrono::sys_seconds moment);
 

@@ -34,6 +34,15 @@ bool isDirectionMark(std::int32_t code) {
            (code >= 0x2066 && code <= 0x2069);
 }
 
+// Separators of lines and paragraphs, and marks without any width.
+bool isInvisible(std::int32_t code) {
+    return code == 0x200B || code == 0x2028 || code == 0x2029 || code == 0xFEFF;
+}
+
+bool isShownAsItIs(std::int32_t code) {
+    return code >= 0 && !isControl(code) && !isDirectionMark(code) && !isInvisible(code);
+}
+
 }  // namespace
 
 std::string printable(std::string_view bytes) {
@@ -42,7 +51,7 @@ std::string printable(std::string_view bytes) {
     for (std::string_view rest = bytes; !rest.empty();) {
         const Character character = firstOf(rest);
         rest.remove_prefix(character.bytes.size());
-        if (character.code >= 0 && !isControl(character.code) && !isDirectionMark(character.code)) {
+        if (isShownAsItIs(character.code)) {
             shown += character.bytes;
             continue;
         }

@@ -172,6 +172,7 @@ std::expected<ProcessResult, ProcessError> ProcessRunner::run(std::string_view e
     if (options.isCancelled && options.isCancelled()) return std::unexpected(plainError(Kind::cancelled));
 
     auto folder = TemporaryFolder::create("brindle-run", temporaryFolder());
+    if (!folder) folder = TemporaryFolder::create("brindle-run", systemTemporaryFolder());
     if (!folder) return std::unexpected(errorFor(folder.error()));
     const OutputFiles files{.folder = std::move(*folder)};
     ChildProcessOptions start{.executable = std::move(*path),

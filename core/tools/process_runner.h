@@ -37,8 +37,8 @@ class ProcessRunner {
     static constexpr std::uint64_t kOutputLimit = 64ULL << 20U;
 
     // `environment`: the program's own, as "NAME=value"; of a name that comes twice the first counts. The
-    // output goes through a fresh folder in its TMPDIR, or the system's temporary folder where that is not an
-    // absolute path.
+    // output goes through a fresh folder in its TMPDIR, or in the system's temporary folder where that is not
+    // an absolute path or takes no folder.
     ProcessRunner(std::string home, const std::vector<std::string>& environment);
 
     // The trusted folders, in the order in which they are searched.

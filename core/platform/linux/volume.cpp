@@ -13,9 +13,11 @@ namespace {
 
 constexpr std::string_view kOperation = "measure the volume of";
 
-std::optional<std::string> nameOf(const std::string& path) {
+// Where the system shows no table of its mounts, the place itself stands for its volume.
+std::string nameOf(const std::string& path) {
     const auto table = readFile("/proc/self/mountinfo");
-    return table ? mountPointHolding(path, *table) : std::nullopt;
+    const auto holding = table ? mountPointHolding(path, *table) : std::nullopt;
+    return holding.value_or(path);
 }
 
 }  // namespace

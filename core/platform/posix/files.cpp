@@ -15,6 +15,7 @@
 #include <dirent.h>
 
 #include "core/platform/posix/descriptor.h"
+#include "core/platform/posix/ownership.h"
 
 namespace brindle {
 
@@ -87,6 +88,18 @@ std::expected<void, Error> probeFile(const std::string& path, std::size_t most) 
     return {};
 }
 
+namespace {
+
+// Best effort: a folder that stays root's can still be read by its user's programs.
+void giveToOwnerOfParent(const std::string& path) {
+    const Descriptor made(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!made) return;
+    const Descriptor parent(::openat(made.get(), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (parent) giveToOwnerOf(parent.get(), made.get());
+}
+
+}  // namespace
+
 std::expected<void, Error> createFolders(const std::string& path, std::uint32_t mode) {
     struct stat status{};
     if (::stat(path.c_str(), &status) == 0) {
@@ -100,7 +113,10 @@ std::expected<void, Error> createFolders(const std::string& path, std::uint32_t 
     if (slash != std::string::npos && slash > 0) {
         if (auto parent = createFolders(path.substr(0, slash), mode); !parent) return parent;
     }
-    if (::mkdir(path.c_str(), static_cast<mode_t>(mode)) == 0) return {};
+    if (::mkdir(path.c_str(), static_cast<mode_t>(mode)) == 0) {
+        giveToOwnerOfParent(path);
+        return {};
+    }
     const int reason = errno;
     // Somebody else may have made it in the meantime.
     if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return {};
@@ -177,6 +193,9 @@ std::expected<Descriptor, Error> lockedFile(const std::string& path, int operati
     }
     Descriptor file(retried([&] { return ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600); }));
     if (!file) return failure("open the lock", path);
+    const std::string folderPath = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const Descriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder) giveToOwnerOf(folder.get(), file.get());
     if (retried([&] { return ::flock(file.get(), operation); }) != 0) return failure("lock", path);
     return file;
 }

@@ -10,6 +10,7 @@
 
 #include "core/platform/files.h"
 #include "core/platform/posix/descriptor.h"
+#include "core/platform/posix/ownership.h"
 
 namespace brindle {
 
@@ -84,8 +85,8 @@ class Replacement {
     }
 
     bool fill(std::string_view content, std::uint32_t mode) {
-        return writeAll(file_.get(), content) && ::fchmod(file_.get(), static_cast<mode_t>(mode)) == 0 &&
-               syncToDisk(file_.get()) == 0;
+        return writeAll(file_.get(), content) && giveToOwnerOf(folder_, file_.get()) &&
+               ::fchmod(file_.get(), static_cast<mode_t>(mode)) == 0 && syncToDisk(file_.get()) == 0;
     }
 
     bool takePlaceOf(const std::string& name) {

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <thread>
 
@@ -175,6 +178,65 @@ TEST(DirectorySizer, MeasuresManyPathsAtOnceWithOneTracker) {
     EXPECT_EQ(measurements.size(), paths.size());
     sum += DirectorySizer().measure(home.path("original"), {&tracker, {}});
     EXPECT_EQ(sum.allocatedBytes, usageBelow(home));
+}
+
+TEST(DirectorySizer, TakesWhatVanishesMeanwhileForGone) {
+    TestHome home;
+    home.file("tree/a/deep/data");
+    home.file("tree/b/data");
+    int polls = 0;
+    const CancellationTest removeAll = [&] {
+        if (++polls == 1) std::filesystem::remove_all(home.path("tree/a"));
+        return false;
+    };
+    const DirectoryMeasurement measurement =
+        DirectorySizer().measure(home.path("tree"), {nullptr, removeAll});
+    EXPECT_TRUE(measurement.isComplete());
+    EXPECT_EQ(measurement.fileCount, 1);
+}
+
+// In a process of its own: how many descriptors may be kept is settled at the first walk.
+template <typename Body>
+void withFewDescriptors(Body body) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto run = [&body] {
+        const rlimit few{60, 60};
+        const bool isRight = setrlimit(RLIMIT_NOFILE, &few) == 0 && body();
+        std::_Exit(isRight ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+}
+
+TEST(DirectorySizerDeathTest, CountsTheSameWithFewDescriptors) {
+    withFewDescriptors([] {
+        TestHome home;
+        makeChain(home.folder("tree"), 300, true);
+        const std::string tree = home.path("tree");
+        return DirectorySizer().measure(tree).allocatedBytes == test::diskUsage(tree) &&
+               DirectorySizer().measureConcurrently(tree).allocatedBytes == test::diskUsage(tree);
+    });
+}
+
+// The swap comes at every instant of the walk in turn.
+TEST(DirectorySizerDeathTest, IsNotLedAwayByAParentSwappedForALink) {
+    withFewDescriptors([] {
+        std::uint64_t most = 0;
+        for (int instant = 1; instant <= 16; ++instant) {
+            TestHome home;
+            home.file("tree/x/deep/y/data", 1000);
+            home.file("outside/deep/y/data", 1'000'000);
+            int polls = 0;
+            const CancellationTest swap = [&] {
+                if (++polls == instant) {
+                    std::filesystem::rename(home.path("tree/x"), home.path("moved"));
+                    home.link("tree/x", "../outside");
+                }
+                return false;
+            };
+            most = std::max(most, DirectorySizer().measure(home.path("tree"), {nullptr, swap}).logicalBytes);
+        }
+        return most < 1'000'000;
+    });
 }
 
 TEST(DirectorySizerUnprivileged, ListsWhatItCannotReadAndCountsTheRest) {

@@ -86,6 +86,20 @@ TEST(WriteFileAtomically, NeverShowsAReaderAMixture) {
     writer.join();
 }
 
+TEST(WriteFileAtomically, GivesWhatRootWritesToTheOwnerOfTheFolder) {
+    if (permissionsApply()) GTEST_SKIP() << "only root can write for somebody else";
+    constexpr uid_t kSomebody = 65534;
+    TestHome home;
+    ASSERT_EQ(::chown(home.path().c_str(), kSomebody, kSomebody), 0);
+    ASSERT_TRUE(writeFileAtomically(home.path("config/brindle/file"), "new"));
+    ASSERT_TRUE(FileLock::acquire(home.path("config/brindle/file.lock")));
+    for (const char* made : {"config", "config/brindle", "config/brindle/file", "config/brindle/file.lock"}) {
+        struct stat status{};
+        ASSERT_EQ(::stat(home.path(made).c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, kSomebody) << made;
+    }
+}
+
 TEST(ReadFile, TellsApartWhatCannotBeReadAndNeverWaits) {
     TestHome home;
     home.text("ten", "0123456789");

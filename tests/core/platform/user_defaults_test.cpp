@@ -116,6 +116,7 @@ TEST(UserDefaults, NeverOverwritesAFileItCannotUnderstand) {
         {"[\"a\"]", "not a JSON object"},
         {"{\"a\": 1, \"b\": 2, \"a\": 3}", "the key a stands twice"},
         {"{\"a\": 1e400}", "too large"},
+        {"{\"a\": " + std::string(200'000, '[') + std::string(200'000, ']') + "}", "nested too deep"},
     };
     TestHome home;
     for (const auto& each : cases) {

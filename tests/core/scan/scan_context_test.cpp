@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "core/scan/cancellation_flag.h"
 #include "core/text/core_strings.h"
 #include "tests/support/test_home.h"
@@ -31,6 +33,19 @@ TEST(ScanContext, MeasuresWhatIsThereAndOnlyThat) {
     flag.cancel();
     flag.cancel();
     EXPECT_FALSE(context.measure(context.path("cache")));
+}
+
+TEST(ScanContext, SaysOfAVanishedFileThatItIsGone) {
+    test::TestHome home;
+    home.file("cache/data");
+    ScanContext context = contextOf(home);
+    context.isCancelled = [&, polls = 0]() mutable {
+        // Asked once before the walk and once before each entry: the folder has been listed by then.
+        if (++polls == 2) std::filesystem::remove(home.path("cache/data"));
+        return false;
+    };
+    EXPECT_TRUE(context.measure(home.path("cache")));
+    EXPECT_EQ(context.diagnostics->reason(home.path("cache/data")), Reason::missing);
 }
 
 TEST(ScanContextUnprivileged, RecordsWhatItCouldNotRead) {
