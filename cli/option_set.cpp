@@ -130,7 +130,7 @@ void OptionSet::defineScan() {
         command("scan", "look at the home folder and report what takes space",
                 {{"brindle scan", "everything"},
                  {"brindle scan --safe --min-size 500MB", "only what is safe to remove and worth it"},
-                 {"brindle scan --only docker", "only what one module finds"},
+                 {"brindle scan --only rust", "only what one module finds"},
                  {"brindle scan --json | jq .totals", "for a script"}});
     addFlag(scan, "--no-projects", typed_.noProjects, "do not look for software projects");
     const CLI::Option* only =

@@ -1,4 +1,5 @@
 // brindle scan
+#include <cmath>
 #include <set>
 
 #include "cli/command.h"
@@ -47,7 +48,7 @@ std::string textResult(const CommandContext& context, const ScanReport& report, 
 void showTimings(Streams& streams, const std::vector<StageTiming>& timings) {
     std::string text;
     for (const StageTiming& each : timings) {
-        text += localized("%@: %@", each.stage, ByteFormat::seconds(each.seconds)) + "\n";
+        text += localized("%@: %@ ms", each.stage, ByteFormat::count(std::lround(each.seconds * 1000))) + "\n";
     }
     streams.writeMessage(text);
 }
