@@ -50,7 +50,7 @@ unsigned total(const std::vector<Cell>& row) {
 
 // As many cells as fit, taken from an iterator on.
 template <typename Iterator>
-std::vector<Cell> fitting(Iterator from, Iterator end, unsigned columns) {
+std::vector<Cell> fitting(Iterator from, const Iterator& end, unsigned columns) {
     std::vector<Cell> taken;
     for (; from != end && from->columns <= columns; ++from) {
         columns -= from->columns;

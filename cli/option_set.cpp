@@ -230,9 +230,9 @@ bool OptionSet::takesValue(const CLI::Option& option) {
 }
 
 const std::vector<std::string>& OptionSet::choices(const CLI::Option& option) const {
-    static const std::vector<std::string> none;
+    static const std::vector<std::string> kNone;
     const auto found = choices_.find(&option);
-    return found == choices_.end() ? none : found->second.texts;
+    return found == choices_.end() ? kNone : found->second.texts;
 }
 
 const std::vector<Example>& OptionSet::examples(const CLI::App& command) const {
