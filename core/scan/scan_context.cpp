@@ -24,6 +24,18 @@ UnreachableLocation::Reason reasonOf(const std::string& unreadable) {
     return isGone ? UnreachableLocation::Reason::missing : UnreachableLocation::Reason::permissionDenied;
 }
 
+// Behind a folder that cannot be entered nobody knows what lies: that folder is named, nearest first.
+void recordObstacle(const std::string& path, ScanDiagnostics& diagnostics) {
+    auto status = statusOf(path);
+    if (status || status.error().kind == Error::Kind::missing) return;
+    std::string obstacle = path;
+    while (!status && obstacle.find_last_of('/') != 0) {
+        obstacle.resize(obstacle.find_last_of('/'));
+        status = statusOf(obstacle);
+    }
+    diagnostics.record(obstacle, UnreachableLocation::Reason::permissionDenied);
+}
+
 std::string joined(std::string folder, std::string_view relative) {
     if (!folder.ends_with('/')) folder += '/';
     return folder.append(relative);
@@ -40,7 +52,11 @@ bool ScanContext::exists(const std::string& path) const {
 }
 
 std::optional<DirectoryMeasurement> ScanContext::measure(const std::string& path) const {
-    if (isCancelled() || !exists(path)) return std::nullopt;
+    if (isCancelled()) return std::nullopt;
+    if (!exists(path)) {
+        recordObstacle(path, *diagnostics);
+        return std::nullopt;
+    }
     DirectoryMeasurement measurement = sizer.measureConcurrently(path, {hardlinks.get(), isCancelled});
     for (const std::string& unreadable : measurement.unreadablePaths) {
         diagnostics->record(unreadable, reasonOf(unreadable));
@@ -55,6 +71,7 @@ std::vector<ChildEntry> ScanContext::children(const std::string& path) const {
     auto names = listFolder(path);
     if (!names) {
         if (exists(path)) diagnostics->record(path, UnreachableLocation::Reason::permissionDenied);
+        if (!exists(path)) recordObstacle(path, *diagnostics);
         return {};
     }
     std::ranges::sort(*names);

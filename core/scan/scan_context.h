@@ -39,7 +39,8 @@ struct ScanContext {
     // Whether anything lies there, links followed.
     bool exists(const std::string& path) const;
 
-    // Absent when cancelled or when nothing lies there (a missing cache is no error). Unreadable, vanished and
+    // Absent when cancelled or when nothing lies there (a missing cache is no error; a folder on the way that cannot
+    // be entered is recorded). Unreadable, vanished and
     // foreign places met on the way are recorded in the diagnostics.
     std::optional<DirectoryMeasurement> measure(const std::string& path) const;
 

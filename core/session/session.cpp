@@ -27,7 +27,9 @@ std::shared_ptr<UserDefaults> defaultsFor(const SessionHome& home) {
 
 // Asking for one module outranks the setting that switches it off.
 std::set<ModuleID> modulesLeftOut(const Preferences& preferences, const ScanOptions& options) {
-    if (!options.only) return preferences.disabledModules();
+    if (!options.only) {
+        return options.includeDisabled ? std::set<ModuleID>() : preferences.disabledModules();
+    }
     std::set<ModuleID> others;
     for (const ModuleID module : allCases<ModuleID>()) {
         if (module != *options.only) others.insert(module);

@@ -24,6 +24,7 @@ struct SessionHome {
 
 struct ScanOptions {
     bool includeProjects = true;
+    bool includeDisabled = false;  // also the modules that the settings switch off
     std::optional<ModuleID> only;  // this module alone, also when the settings disable it
     std::function<void(const ModuleResult&)> onModuleFinished;
     std::function<void(const std::vector<StageTiming>&)> onTimings;

@@ -11,6 +11,8 @@
 #include <functional>
 #include <thread>
 
+#include "tests/support/pseudo_terminal.h"
+
 namespace brindle {
 namespace {
 
@@ -52,6 +54,7 @@ struct PseudoTerminal {
 };
 
 TEST(Terminal, TellsTheWidthOfTheOutputAndElseOfTheErrors) {
+    if (!test::hasPseudoTerminals()) GTEST_SKIP() << test::kNeedsPseudoTerminals;
     const PseudoTerminal terminal;
     ASSERT_GE(terminal.slave, 0);
     const Pipe pipe;

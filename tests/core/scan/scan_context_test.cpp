@@ -58,6 +58,11 @@ TEST(ScanContextUnprivileged, RecordsWhatItCouldNotRead) {
     EXPECT_TRUE(context.children(home.path("cache/closed")).empty());
     EXPECT_TRUE(context.children(home.path("nowhere")).empty());
     EXPECT_EQ(context.diagnostics->paths(), std::vector{home.path("cache/closed")});
+
+    home.file("shut/tool/cache/data");
+    home.mode("shut", 0000);
+    EXPECT_FALSE(context.measure(home.path("shut/tool/cache")));
+    EXPECT_EQ(context.diagnostics->paths(), (std::vector{home.path("cache/closed"), home.path("shut")}));
 }
 
 TEST(ScanContext, ListsChildrenWithTheirOwnTimes) {
