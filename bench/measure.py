@@ -1,7 +1,8 @@
 """How fast a home is measured: the whole program beside du and gdu, on the same tree, in turn.
 
 Every program runs once unmeasured (warm) or after the system's caches were dropped (cold, as root). A ratio is that
-of one round, the median over the rounds is shown. Sums must agree with du's to the byte, or the bench fails.
+of one round, the median over the rounds is shown. Sums must agree with du's to the byte (to the KiB where du is not
+GNU's), or the bench fails. Needs GNU time and GNU find.
 """
 
 import argparse
@@ -20,9 +21,24 @@ import trees
 STATUS_CALLS = {"newfstatat", "fstat", "fstatat64", "statx", "stat", "lstat"}
 
 
+def gnu_tool(name):
+    """The GNU program of this name, by its own or Homebrew's, as a path; None where there is only another's, or none.
+    As a path because the shells' own time is no program."""
+    for path in filter(None, (shutil.which(name), shutil.which(f"g{name}"))):
+        told = subprocess.run([path, "--version"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, check=False)
+        if b"GNU" in told.stdout:
+            return path
+    return None
+
+
+TIME, FIND, DU = (gnu_tool(name) for name in ("time", "find", "du"))
+DU_UNIT = 1 if DU else 1024
+
+
 def programs(brindle, home, tree):
     """Name -> command line; du comes first because the others are compared with it."""
-    found = {"du": ["du", "-s", "-k", tree]}
+    found = {"du": [DU, "-s", "-B1", tree] if DU else ["du", "-s", "-k", tree]}
     if shutil.which("gdu"):
         found["gdu"] = ["gdu", "-n", "-p", "-c", "-s", "--no-prefix", tree]
     found["brindle"] = [brindle, "scan", "--home", home, "--only", "rust", "--no-projects", "--json"]
@@ -32,7 +48,7 @@ def programs(brindle, home, tree):
 def run(command):
     """Seconds, peak memory in KiB, output. GNU time starts the program: a child of this one would count its memory."""
     with tempfile.TemporaryFile() as output, tempfile.NamedTemporaryFile("r") as usage:
-        timed = ["/usr/bin/time", "-f", "%M", "-o", usage.name, *command]
+        timed = [TIME, "-f", "%M", "-o", usage.name, *command]
         start = time.perf_counter()
         ended = subprocess.run(timed, stdout=output, stderr=subprocess.DEVNULL, check=False)
         seconds = time.perf_counter() - start
@@ -47,11 +63,16 @@ def run(command):
 def total_bytes(name, text):
     """What the program says the tree occupies; absent where it cannot be told to the byte."""
     if name == "du":
-        return int(text.split()[0]) * 1024
+        return int(text.split()[0]) * DU_UNIT
     if name == "gdu":
         found = re.search(r"\d+", text)
         return int(found.group()) if found else None
     return sum(module["totalBytes"] for module in json.loads(text)["modules"])
+
+
+def agrees_with(total, du_total):
+    """du rounds up to its unit."""
+    return total is not None and -(-total // DU_UNIT) * DU_UNIT == du_total
 
 
 def drop_caches():
@@ -77,7 +98,7 @@ def system_calls(command):
 
 
 def entries_of(tree):
-    listing = subprocess.run(["find", tree, "-printf", "."], capture_output=True, check=True)
+    listing = subprocess.run([FIND, tree, "-printf", "."], capture_output=True, check=True)
     return len(listing.stdout)
 
 
@@ -110,7 +131,7 @@ def report(tree_name, kind, rows, calls, entries):
     wrong = False
     for name, row in rows.items():
         ratios = [own / du for own, du in zip(row.seconds, rows["du"].seconds)]
-        agrees = row.total == rows["du"].total
+        agrees = agrees_with(row.total, rows["du"].total)
         wrong |= name == "brindle" and not agrees
         per_entry = " | ".join(f"{count / entries:.2f}" for count in calls[name]) if calls.get(name) else "– | –"
         print(f"| {tree_name} | {kind} | {name} | {statistics.median(row.seconds):.3f} | "
@@ -133,6 +154,10 @@ def main(arguments):
         parser.error(f"no such tree: {', '.join(sorted(unknown))}")
     if options.cold and not os.access("/proc/sys/vm/drop_caches", os.W_OK):
         parser.error("--cold needs to write /proc/sys/vm/drop_caches: run it as root")
+
+    for tool, path in (("time", TIME), ("find", FIND)):
+        if not path:
+            sys.exit(f"bench: needs GNU {tool}, which this machine lacks")
 
     print("| tree | caches | program | seconds | over du | peak MiB | calls an entry | status calls | total |")
     print("|---|---|---|--:|--:|--:|--:|--:|---|")

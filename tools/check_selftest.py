@@ -12,18 +12,23 @@ TOOLS = pathlib.Path(__file__).resolve().parent
 
 # A tree without a breach, with much in it that only looks like one.
 CLEAN = {
-    "resources/en.lproj/core.json": '{ "Files": "Files", "two words": "two words" }',
+    "resources/en.lproj/core.json": '{ "Files": "Files", "two words": "two words",'
+                                ' "days": { "other": "%d days" } }',
     "resources/en.lproj/cli.json": '{ "Usage": "Usage" }',
     "core/text/words.h": "#pragma once\n",
     "core/platform/files.cpp": '#include "core/text/words.h"\n#include <unistd.h>\n#ifdef __linux__\n#endif\n'
                                "void drop() { unlink(\"x\"); }\n",
     "core/model/item.h": '#pragma once\n#include <string>\n#include "core/text/words.h"\n',
+    "core/platform/log.cpp": '#include <fts.h>\n'
+                             'void f() { std::ofstream(getenv("X")) << 1; std::fputs("x", stderr); }\n',
+    "core/model/byte_sum.cpp": "void f() { std::fputs(text, stderr); std::abort(); }\n",
     "core/removal/cleaner.cpp": '#include "core/model/item.h"\nvoid clean() { ::unlinkat(1, "x", 0); }\n',
     "core/scan/scanner.cpp": '''#include "core/model/item.h"
 // unlink("x"), #ifdef __APPLE__ and localized("nothing") in a comment
 #ifdef NDEBUG
 #endif
-struct Store { bool remove(int); std::pair<int, int> rename(int); };
+struct Store { bool remove(int); std::pair<int, std::vector<int>> rename(int); };
+void exit(int); ModuleID kind = ModuleID::system;
 void scan(Store& store, Store* other) {
     store.remove(1); other->rename(2); Store::remove(3);
     list.erase(std::remove(list.begin(), list.end(), f(1, 2)), list.end());
@@ -31,7 +36,9 @@ void scan(Store& store, Store* other) {
     const char* text = "unlink(rmdir) \\" remove_all(x)"; char mark = '"'; int big = 1'000;
     auto raw = R"(rename("a", "b"))";
     localized("Files"); CoreStrings::localized("two "
-        "words"); localized(key);
+        "words"); localized(key); CoreStrings::plural("days", 2);
+    child.terminate(); page->exit(1); std::snprintf(buffer, 9, text); std::ifstream in(path);
+    auto* file = std::fopen(path, "rb"); const char* talk = "fopen(path, w) exit(1)";
 }
 ''',
     "cli/main.cpp": '#include "core/scan/scan.h"\nvoid f() { localized("Usage"); localized("Files"); }\n',
@@ -62,13 +69,30 @@ BREACHES = [
         'std::remove("x")', 'remove(f(1, 2, 3).c_str())', 'rename("a", "b")', "fs::rename(a, b, error)",
         'renameat(1, "a", 1, "b")', 'renameat2(1, "a", 1, "b", 0)', "std::filesystem::remove(path, error)",
         "fs::remove_all(path)", "std::filesystem :: remove(path)", "remove_all(path)", "call(&::remove)",
-        "auto gone = std::filesystem::remove_all"]),
+        "auto gone = std::filesystem::remove_all", 'if (0 > unlink("x")) f()', "if (0 > remove(x)) f()",
+        "a->b > remove(x)", "if (a < b && c > remove(x)) f()", "FS::remove_all(x)", "x->remove_all(y)",
+        "resize_file(x, 0)", "copy_file(a, b, std::filesystem::copy_options::overwrite_existing)"]),
+    ("core/scan/scan.h", "namespace FS = std::filesystem;", "namespace FS is written like a class"),
+    *((place, f"inline void write() {{ {call}; }}", "outside core/platform")
+      for place in ("core/removal/cleaner.cpp", "cli/main.cpp") for call in [
+          'std::system("rm x")', '::system(x)', 'if (0 > system(x)) f()', 'popen(x, "r")', "std::ofstream out(x)",
+          "std::fstream out(x)", 'std::fopen(x, "w")', 'fopen(x, "r+")', "fopen(f(x), mode)"]),
+    *(("core/scan/scan.h", f"inline void speak() {{ {call}; }}", "in core") for call in [
+        'std::getenv("HOME")', 'return getenv("HOME")', "std::cout << 1", "std::cerr << 1", 'std::printf("x")',
+        'puts("x")', 'std::fputs("x", stderr)', 'fmt::print("x")', "std::exit(1)", "if (0 > x) exit(1)", "std::abort()",
+        "abort()", "std::_Exit(1)", "std::terminate()", "call(std::abort)"]),
+    ("core/model/byte_sum.cpp", 'auto home = getenv("HOME");', "getenv in core"),
+    ("core/scan/scan.h", "#include <fts.h>", "system header <fts.h>"),
+    ("core/scan/scan.h", "#include <TargetConditionals.h>", "system header <TargetConditionals.h>"),
+    *((f"core/scan/hidden{suffix}", "", f"{suffix}: C++ is in .cpp and .h") for suffix in (
+        ".hpp", ".cc", ".inl", ".cxx")),
     ("core/scan/long.cpp", "\n" * 600, "600 is the limit"),
     ("core/scan/long.h", "\n" * 200, "200 is the limit"),
     ("tests/core/scan/scanner_test.cpp", "TEST(Scanner, Obeys) { f(kNeedsUnprivilegedUser); }\nTEST(ScannerUnprivileged,"
      " Stops) {}", "Scanner.Obeys needs a suite"),
     ("core/scan/scan.h", 'inline auto t = localized("Fils");', '"Fils" is in no English catalogue'),
     ("core/scan/scan.h", 'inline auto t = CoreStrings::localized("Usage");', '"Usage" is in no English catalogue'),
+    ("core/scan/scan.h", 'inline auto t = CoreStrings::plural("dais", 2);', '"dais" is in no English catalogue'),
     ("cli/main.cpp", 'auto t = localized(\n    "Unknown %@", 1);', '"Unknown %@" is in no English catalogue'),
 ]
 
@@ -122,7 +146,8 @@ def tidy_failures(root):
     files = {f"core/{check}.cpp": text for check, text in UNTIDY.items()}
     files["core/tidy.cpp"] = "int kept() { return 1; }\n"
     plant(root, files)
-    database = [{"file": str(root / name), "directory": str(root), "command": f"c++ -std=c++23 -c {root / name}"}
+    database = [{"file": str(root / name), "directory": str(root),
+                 "command": f"c++ -std=c++23 -isystem {root} -c {root / name}"}
                 for name in files]
     plant(root, {"build/compile_commands.json": json.dumps(database)})
     for again in ("", " the second time"):
@@ -130,6 +155,8 @@ def tidy_failures(root):
         for check in UNTIDY:
             if status != 1 or f"[{check}" not in told:
                 yield f"clang-tidy did not say {check}{again}\n{told}"
+        if len(list((root / "build" / "tidy").iterdir())) != 1:
+            yield f"clang-tidy's verdict on the one tidy file was not kept{again}"
         if "core/tidy.cpp" in told:
             yield f"clang-tidy blamed a tidy file{again}\n{told}"
 

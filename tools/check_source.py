@@ -20,13 +20,16 @@ FACES = {"cli": {"core"}, "app": {"core"}, "tests": {"core", "cli", "app"}, "ben
 REMOVAL_ROOMS = ("core/platform/", "core/removal/")
 SYSTEM_ROOM = "core/platform/"
 EXEMPT = ("tests/", "bench/")  # they may use the system, and clear away what they made
+FOREIGN_SUFFIXES = {".C", ".H", ".c", ".cc", ".cppm", ".cxx", ".hh", ".hpp", ".hxx", ".inc", ".inl", ".ipp", ".ixx",
+                    ".m", ".tpp"}
 
 SOURCE_LINES = 600
 HEADER_LINES = 200
 
 SYSTEM_HEADER = re.compile(
-    r"(?:aio|alloca|copyfile|crt_externs|dirent|dlfcn|endian|execinfo|fcntl|fnmatch|ftw|getopt|glob|grp|ifaddrs|"
-    r"langinfo|libgen|libproc|malloc|mntent|mqueue|netdb|nl_types|paths|poll|pthread|pty|pwd|regex|removefile|resolv|"
+    r"(?:Availability|AvailabilityMacros|TargetConditionals|aio|alloca|copyfile|crt_externs|dirent|dlfcn|endian|err|"
+    r"error|execinfo|fcntl|features|fnmatch|fts|ftw|getopt|glob|grp|ifaddrs|langinfo|"
+    r"libgen|libproc|malloc|mntent|mqueue|netdb|nl_types|paths|poll|pthread|pty|pwd|regex|removefile|resolv|"
     r"sandbox|sched|search|semaphore|signal|spawn|strings|syslog|termio|termios|ucontext|unistd|util|utime|utmp|"
     r"utmpx|windows|wordexp)\.h"
     r"|(?:arpa|asm|bsm|dispatch|linux|mach|mach-o|net|netinet|objc|os|rpc|selinux|sys|xpc)/.*"
@@ -38,16 +41,32 @@ SYSTEM_MACRO = re.compile(
 DIRECTIVE = re.compile(r"^[ \t]*#[ \t]*(if|ifdef|ifndef|elif|elifdef|elifndef)\b((?:[^\n\\]|\\\n|\\.)*)", re.MULTILINE)
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*(?:include|import)[ \t]*(["<])([^">\n]+)[">]', re.MULTILINE)
 
-# These words mean the call wherever they stand ...
+SCOPE = r"(?P<scope>(?:\b\w+\s*)?::\s*)?"
+# These words mean the deed wherever they stand ...
 REMOVAL_WORD = re.compile(
-    r"(?P<scope>(?:\w+\s*)?::\s*)?\b(?P<name>unlink|unlinkat|rmdir|remove_all|renameat|renameat2|renamex_np|"
-    r"renameatx_np|removefile|removefileat)\b")
+    r"\b(?P<name>unlink|unlinkat|rmdir|remove_all|renameat|renameat2|renamex_np|renameatx_np|removefile|removefileat|"
+    r"resize_file|overwrite_existing|update_existing)\b")
 # ... and these are also names of harmless things.
-REMOVAL_CALL = re.compile(r"(?P<scope>(?:\w+\s*)?::\s*)?\b(?P<name>remove|rename)\b\s*(?P<open>\(?)")
+REMOVAL_CALL = re.compile(SCOPE + r"\b(?P<name>remove|rename)\b\s*(?P<open>\(?)")
+# An alias like this would hide a system's function behind what looks like a class.
+CLASS_LIKE_ALIAS = re.compile(r"\bnamespace\s+(?P<name>[A-Z]\w*)\s*=")
 NO_TYPE = {"return", "co_return", "co_yield", "co_await", "else", "do", "case", "throw", "and", "or", "not"}
 
+WRITING_WORD = re.compile(r"(?<!include <)\b(?P<name>(?:basic_|w)?o?fstream|(?:basic_|w)?filebuf|popen)\b")
+SHELL_CALL = re.compile(SCOPE + r"\b(?P<name>system)\b\s*(?P<open>\(?)")
+OPENING_CALL = re.compile(r'\b(?P<name>f(?:re)?open)\b(?!\s*\([^;]*,\s*"rb?"\s*\))')
+
+# What core leaves to those who use it.
+TALKING_WORD = re.compile(
+    r"\b(?P<name>w?(?:cout|cerr|clog)|stdout|stderr|v?f?w?printf|f?puts|putchar|f?putc|fwrite|perror|"
+    r"fmt\s*::\s*v?print(?:ln)?)\b")
+ENVIRONMENT_WORD = re.compile(r"\b(?P<name>(?:secure_)?getenv|environ|setenv|unsetenv|putenv)\b")
+EXIT_WORD = re.compile(r"\b(?P<name>_Exit|_exit|quick_exit)\b")
+EXIT_CALL = re.compile(SCOPE + r"\b(?P<name>exit|abort|terminate)\b\s*(?P<open>\(?)")
+ENDS_THE_PROGRAM = "core/model/byte_sum.cpp"  # its header says why
+
 TEST = re.compile(r"^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)", re.MULTILINE)
-LOCALIZED = re.compile(r'\blocalized\s*\(\s*((?:"(?:[^"\\\n]|\\.)*"\s*)+)')
+LOCALIZED = re.compile(r'\b(?:localized|localizedWith|CoreStrings\s*::\s*plural)\s*\(\s*((?:"(?:[^"\\\n]|\\.)*"\s*)+)')
 
 
 class File:
@@ -101,33 +120,87 @@ def check_system(file):
 def check_removal(file):
     if file.path.startswith((*REMOVAL_ROOMS, *EXEMPT)):
         return
-    for pattern in (REMOVAL_WORD, REMOVAL_CALL):
-        for match in pattern.finditer(file.code):
-            if removes_a_file(file.code, match):
-                line = line_of(file.code, match.start("name"))
-                yield line, f"{match['name']} outside core/removal and core/platform"
+    where = "outside core/removal and core/platform"
+    yield from (breach(file, match, where) for match in REMOVAL_WORD.finditer(file.code))
+    yield from (breach(file, match, where) for match in REMOVAL_CALL.finditer(file.code)
+                if removes_a_file(file.code, match))
+    for match in CLASS_LIKE_ALIAS.finditer(file.code):
+        yield line_of(file.code, match.start()), f"namespace {match['name']} is written like a class"
+
+
+def check_writing(file):
+    """Files are written by core/platform, and nobody hands a line to a shell."""
+    if file.path.startswith((SYSTEM_ROOM, *EXEMPT)):
+        return
+    where = "outside core/platform"
+    yield from (breach(file, match, where) for match in WRITING_WORD.finditer(file.code))
+    yield from (breach(file, match, where) for match in SHELL_CALL.finditer(file.code) if is_system_s(file.code, match))
+    yield from (breach(file, match, "for writing " + where) for match in OPENING_CALL.finditer(file.text)
+                if file.code[match.start()] == match[0][0])  # not within a literal
+
+
+def check_silence(file):
+    """core prints nothing, exits nowhere and reads no environment but what it is handed."""
+    if not file.path.startswith("core/") or file.path.startswith(SYSTEM_ROOM):
+        return
+    yield from (breach(file, match, "in core") for match in ENVIRONMENT_WORD.finditer(file.code))
+    if file.path == ENDS_THE_PROGRAM:
+        return
+    for pattern in (TALKING_WORD, EXIT_WORD):
+        yield from (breach(file, match, "in core") for match in pattern.finditer(file.code))
+    yield from (breach(file, match, "in core") for match in EXIT_CALL.finditer(file.code)
+                if is_system_s(file.code, match))
+
+
+def breach(file, match, where):
+    return line_of(file.code, match.start("name")), f"{match['name']} {where}"
+
+
+def is_system_s(code, match):
+    """Tells the system's function, called or named with its scope, from members, own functions and declarations."""
+    before = code[:match.start()].rstrip()
+    scope = (match["scope"] or "").replace(" ", "").removesuffix("::")
+    if scope[:1].isupper():
+        return False
+    if match["scope"] is not None:
+        return True
+    return bool(match["open"]) and not before.endswith((".", "->")) and not ends_with_type(before)
 
 
 def removes_a_file(code, match):
-    """Tells the system's functions from members, own types' functions, declarations and std::remove of a range."""
-    before = code[:match.start()].rstrip()
-    scope = (match["scope"] or "").replace(" ", "").removesuffix("::")
-    if scope == "ranges" or scope[:1].isupper():
+    """As is_system_s, and tells the system's remove from that of a range."""
+    if (match["scope"] or "").startswith("ranges"):
         return False
-    called = match.re is REMOVAL_WORD or match["open"]
-    if match["scope"] is None and (before.endswith((".", "->")) or (called and ends_with_type(before))):
-        return False
-    if match.re is REMOVAL_WORD:
-        return True
-    if not called:
-        return match["scope"] is not None or before.endswith("&")
-    return match["name"] == "rename" or 0 < arguments_after(code, match.end("open")) < 3
+    if not match["open"]:
+        return match["scope"] is not None and is_system_s(code, match) or code[:match.start()].rstrip().endswith("&")
+    return is_system_s(code, match) and (match["name"] == "rename" or
+                                         0 < arguments_after(code, match.end("open")) < 3)
 
 
 def ends_with_type(before):
     """A name right after a type is being declared: `bool remove(...)`, `std::expected<void, Error> remove(...)`."""
-    word = re.search(r"(\w+|>)$", before)
-    return word is not None and word[1] not in NO_TYPE
+    if before.endswith(">"):
+        return closes_template(before)
+    word = re.search(r"(\w+)$", before)
+    return word is not None and word[1] not in NO_TYPE and not word[1].isdigit()
+
+
+def closes_template(before):
+    """Whether the last character closes a `<` that stands right after a name: a comparison has blanks around it."""
+    depth = 0
+    for at in range(len(before) - 1, 0, -1):
+        character = before[at]
+        if character in ";{}":
+            return False
+        if character == ">" and before[at - 1] not in "-= \n":
+            depth += 1
+        elif character == "<" and (before[at - 1].isalnum() or before[at - 1] == "_"):
+            depth -= 1
+            if depth == 0:
+                return True
+        if depth == 0:
+            return False
+    return False
 
 
 def arguments_after(code, start):
@@ -205,11 +278,13 @@ def breaches(root):
     files = [File(root, path) for path in sources(root, "core", *FACES)]
     catalogues = read_catalogues(root)
     for file in files:
-        for found in (check_ladder(file, root), check_system(file), check_removal(file), check_size(file),
-                      check_unprivileged(file), check_keys(file, catalogues)):
+        for found in (check_ladder(file, root), check_system(file), check_removal(file), check_writing(file),
+                      check_silence(file), check_size(file), check_unprivileged(file), check_keys(file, catalogues)):
             for line, sentence in found:
                 yield file.path, line, sentence
     yield from check_circles(files)
+    for path in sources(root, "core", *FACES, suffixes=FOREIGN_SUFFIXES):
+        yield path.as_posix(), 1, f"{path.suffix}: C++ is in .cpp and .h, Objective-C++ in .mm"
 
 
 def main():

@@ -20,6 +20,7 @@ import sys
 from cpp_text import llvm_tool
 
 FOLDERS = ("core", "cli", "app")
+WITH_VALUE = ("-D", "-U", "-I", "-isystem", "-iquote", "-idirafter", "-include")
 
 
 def entries(root, build):
@@ -35,11 +36,19 @@ def digest(path):
     return hashlib.sha256(pathlib.Path(path).read_bytes()).hexdigest()
 
 
+def preprocessor_flags(words):
+    """Of a compile command what decides which files are read: "-Ipath" and "-I path" alike."""
+    flags = []
+    for word, following in zip(words, [*words[1:], ""]):
+        if word.startswith(WITH_VALUE + ("-std=",)):
+            flags += [word, following] if word in WITH_VALUE else [word]
+    return flags
+
+
 def state(entry, rules):
     """A name for all that the verdict depends on, or None when the file does not even preprocess."""
     words = shlex.split(entry["command"])
-    flags = [w for w in words[1:] if w.startswith(("-D", "-I", "-std", "-isystem"))]
-    command = [llvm_tool("clang++"), "-M", *flags, entry["file"]]
+    command = [llvm_tool("clang++"), "-M", *preprocessor_flags(words[1:]), entry["file"]]
     run = subprocess.run(command, cwd=entry["directory"], capture_output=True, text=True, check=False)
     if run.returncode != 0:
         return None

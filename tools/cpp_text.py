@@ -4,7 +4,7 @@ import pathlib
 import re
 import shutil
 
-SUFFIXES = {".cpp", ".h", ".mm"}
+SUFFIXES = frozenset({".cpp", ".h", ".mm"})
 
 # In this order: what begins first swallows the others.
 _TOKEN = re.compile(
@@ -17,23 +17,28 @@ _TOKEN = re.compile(
 )
 
 
-def sources(root, *folders):
-    """The C++ files below these folders of root, sorted, as pathlib.Path relative to root."""
+def sources(root, *folders, suffixes=SUFFIXES):
+    """The C++ files (or those with other suffixes) below these folders of root, sorted, relative to root."""
     root = pathlib.Path(root)
     found = []
     for folder in folders:
-        found += (p.relative_to(root) for p in (root / folder).rglob("*") if p.suffix in SUFFIXES)
+        found += (p.relative_to(root) for p in (root / folder).rglob("*") if p.suffix in suffixes)
     return sorted(found)
 
 
 def without_comments(text):
-    """The text with every comment blanked; lines keep their numbers."""
+    """The text with every comment blanked; every character keeps its offset."""
     return _TOKEN.sub(lambda m: _blank(m[0]) if m["comment"] else m[0], text)
 
 
 def code_only(text):
-    """The text with comments and the insides of literals blanked; lines keep their numbers."""
-    return _TOKEN.sub(lambda m: _blank(m[0]) if m["comment"] else '"' + _blank(m[0][1:-1]) + '"', text)
+    """The text with comments and the insides of literals blanked; every character keeps its offset."""
+    def replaced(m):
+        if m["separated"]:
+            return m[0]
+        return _blank(m[0]) if m["comment"] else '"' + _blank(m[0][1:-1]) + '"'
+
+    return _TOKEN.sub(replaced, text)
 
 
 def line_of(text, offset):
