@@ -39,7 +39,12 @@ inline ExitCode unlessInterrupted(const CommandContext& context) {
     return context.surroundings.isInterrupted() ? ExitCode::interrupted : ExitCode::success;
 }
 
+struct ShownScan {
+    ScanReport report;
+    std::vector<ModuleID> unfinished;  // had not ended when Ctrl-C came; empty without it
+};
+
 // A scan with progress on the messages' terminal, which is clean again when this returns.
-ScanReport scanShowingProgress(const CommandContext& context, ScanOptions options);
+ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options);
 
 }  // namespace brindle

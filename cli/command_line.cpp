@@ -30,7 +30,14 @@ void speakTheSystemsLanguage(const Surroundings& surroundings) {
     ByteFormat::setSystemLocale(numberLocale(surroundings.environment));
 }
 
+// What a script reads must not change with its user's language.
+void speakEnglish() {
+    CoreStrings::setOverrideLanguage("en");
+    ByteFormat::setOverrideLocale("en_US");
+}
+
 void speakTheChosenLanguage(const Options& options, const Preferences& preferences) {
+    if (options.isJson) return;
     preferences.applyLanguage();
     if (!options.language) return;
     CoreStrings::setOverrideLanguage(options.language);
@@ -133,6 +140,7 @@ Outcome run(const Surroundings& surroundings, Streams& streams) {
     OptionSet set;
     const auto options = set.parse(surroundings.arguments);
     if (!options) return misunderstood(options.error(), set, streams);
+    if (options->isJson) speakEnglish();
     const Look look = lookOf(surroundings, options->isColourForbidden, streams);
     if (auto manual = runManual(*options, set, look)) return std::move(*manual);
     return runParsed(*options, surroundings, streams);

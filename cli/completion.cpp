@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 namespace brindle {
@@ -52,31 +55,90 @@ std::string bashValueCases(const OptionSet& set, const CLI::App& command) {
     std::string text;
     for (const CLI::Option* option : OptionSet::optionsOf(command)) {
         if (!OptionSet::takesValue(*option)) continue;
-        const std::string choices = words(set.choices(*option));
         const bool isFolder = option->get_type_name() == "DIR";
-        text += fmt::format("        {}) {} return ;;\n", OptionSet::names(*option).back(),
-                            isFolder
-                                ? R"(compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -d -- "$word"));)"
-                                : fmt::format(R"(COMPREPLY=($(compgen -W "{}" -- "$word"));)", choices));
+        text += fmt::format(
+            "        {}) {}; return ;;\n", OptionSet::names(*option).back(),
+            isFolder ? "compopt -o filenames 2>/dev/null; _brindle_offer -d"
+                     : fmt::format("_brindle_offer -W {}", shellQuoted(words(set.choices(*option)))));
     }
     return text;
 }
 
 std::string bashCommandCase(const OptionSet& set, const CLI::App& command) {
-    const std::string files =
-        takesPath(command) ? R"( compopt -o filenames 2>/dev/null; COMPREPLY+=($(compgen -f -- "$word"));)"
-                           : "";
-    return fmt::format("        {}) options=\"{}\"; arguments=\"{}\";{} ;;\n", command.get_name(),
-                       allNames(command), firstChoices(set, command), files);
+    return fmt::format("        {}) options={}; arguments={};{} ;;\n", command.get_name(),
+                       shellQuoted(allNames(command)), shellQuoted(firstChoices(set, command)),
+                       takesPath(command) ? " files=yes;" : "");
 }
 
-std::string namesTakingValues(const CLI::App& command) {
-    std::string text;
-    for (const CLI::Option* option : OptionSet::optionsOf(command)) {
-        if (!OptionSet::takesValue(*option)) continue;
-        for (const std::string& name : OptionSet::names(*option)) text += (text.empty() ? "" : "|") + name;
+std::vector<std::string> namesTakingValues(const OptionSet& set) {
+    std::vector<const CLI::App*> apps = set.commands();
+    apps.push_back(&set.program());
+    std::vector<std::string> names;
+    for (const CLI::App* each : apps) {
+        for (const CLI::Option* option : OptionSet::optionsOf(*each)) {
+            if (OptionSet::takesValue(*option))
+                std::ranges::copy(OptionSet::names(*option), std::back_inserter(names));
+        }
     }
-    return text;
+    return names;
+}
+
+// $PATTERN, $VALUES, $NAMES, $COMMANDS and $GENERAL stand for what the definitions say. No mapfile: the bash of
+// macOS is too old for it. Where "=" separates words (it does unless the user says otherwise), "--only=x" comes
+// as three of them.
+constexpr std::string_view kBashScript = R"(# bash completion for brindle
+_brindle_offer() {
+    local each
+    while IFS= read -r each; do COMPREPLY+=("$prefix$each"); done < <(compgen "$@" -- "$word")
+}
+_brindle() {
+    local word before="" prefix="" ended="" command="" options="" arguments="" files="" positional=0 index
+    local -a line=()
+    COMPREPLY=()
+    for ((index = 1; index <= COMP_CWORD; index++)); do
+        word="${COMP_WORDS[index]}"
+        if [[ "$word" == "=" && "${COMP_WORDS[index-1]}" == --* ]]; then
+            ((index == COMP_CWORD)) && line+=("")
+        else
+            line+=("$word")
+        fi
+    done
+    word="${line[${#line[@]}-1]}"
+    ((${#line[@]} > 1)) && before="${line[${#line[@]}-2]}"
+    if [[ "$word" == --*=* ]]; then
+        before="${word%%=*}" prefix="${word%%=*}=" word="${word#*=}"
+    fi
+    for ((index = 0; index < ${#line[@]} - 1; index++)); do
+        if [[ -z "$ended" ]]; then
+            case "${line[index]}" in
+                --) ended=yes; continue ;;
+                $PATTERN) ((index++)); continue ;;
+                -*) continue ;;
+            esac
+        fi
+        if [[ -z "$command" ]]; then command="${line[index]}"; else ((positional++)); fi
+    done
+    [[ -z "$ended" ]] && case "$before" in
+$VALUES    esac
+    case "$command" in
+        "") arguments=$NAMES ;;
+$COMMANDS    esac
+    ((positional > 0)) && arguments="" files=""
+    ((positional > 1)) && options=""
+    if [[ "$word" == -* && -z "$ended" ]]; then
+        _brindle_offer -W $GENERAL" $options"
+    else
+        [[ -n "$arguments" ]] && _brindle_offer -W "$arguments"
+        [[ -n "$files" ]] && { compopt -o filenames 2>/dev/null; _brindle_offer -f; }
+    fi
+    return 0
+}
+complete -F _brindle brindle
+)";
+
+std::string replaced(std::string text, std::string_view what, const std::string& with) {
+    const std::size_t at = text.find(what);
+    return at == std::string::npos ? text : text.replace(at, what.size(), with);
 }
 
 std::string bashScript(const OptionSet& set) {
@@ -86,35 +148,13 @@ std::string bashScript(const OptionSet& set) {
         values += bashValueCases(set, *each);
         commands += bashCommandCase(set, *each);
     }
-    return fmt::format(R"(# bash completion for brindle
-_brindle() {{
-    local word="${{COMP_WORDS[COMP_CWORD]}}" before="${{COMP_WORDS[COMP_CWORD-1]}}"
-    local command="" options="" arguments="" index
-    COMPREPLY=()
-    case "$before" in
-{})"
-                       R"(    esac
-    for ((index = 1; index < COMP_CWORD; index++)); do
-        case "${{COMP_WORDS[index]}}" in
-            {}) ((index++)) ;;
-            -*) ;;
-            *) command="${{COMP_WORDS[index]}}"; break ;;
-        esac
-    done
-    case "$command" in
-        "") arguments="{}" ;;
-{})"
-                       R"(    esac
-    if [[ "$word" == -* ]]; then
-        COMPREPLY=($(compgen -W "{} $options" -- "$word"))
-    else
-        COMPREPLY+=($(compgen -W "$arguments" -- "$word"))
-    fi
-}}
-complete -F _brindle brindle
-)",
-                       values, namesTakingValues(set.program()), commandNames(set), commands,
-                       allNames(set.program()));
+    std::string pattern;
+    for (const std::string& name : namesTakingValues(set)) pattern += (pattern.empty() ? "" : "|") + name;
+    std::string script = replaced(std::string(kBashScript), "$PATTERN", pattern);
+    script = replaced(std::move(script), "$VALUES", values);
+    script = replaced(std::move(script), "$NAMES", shellQuoted(commandNames(set)));
+    script = replaced(std::move(script), "$COMMANDS", commands);
+    return replaced(std::move(script), "$GENERAL", shellQuoted(allNames(set.program())));
 }
 
 // --- zsh ---

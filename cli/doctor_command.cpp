@@ -1,4 +1,5 @@
 // brindle doctor
+#include <algorithm>
 #include <array>
 #include <sstream>
 #include <vector>
@@ -38,23 +39,31 @@ struct Findings {
     std::vector<UnreachableLocation> unreachable;
 };
 
+std::string problemOfTexts(const std::string& resourceFolder) {
+    std::string problems;
+    for (const char* name : {"core", "cli"}) {
+        const std::string problem = ResourceBundle(resourceFolder, name, {}).problem();
+        if (!problem.empty()) problems += (problems.empty() ? "" : "; ") + problem;
+    }
+    return problems;
+}
+
 Findings examine(const CommandContext& context) {
     const Session& session = context.session;
     const ProcessRunner runner = session.processRunner();
-    Findings findings{
-        .home = session.home(),
-        .volume = volumeCapacity(session.home()),
-        .preferencesLocation = session.defaults().location(),
-        .preferences = session.preferences().readable(),
-        .catalogueProblem = ResourceBundle(context.surroundings.resourceFolder, "core", {}).problem(),
-        .isAccessGranted = session.fullDiskAccess().isGranted(),
-        .probes = session.fullDiskAccess().report(),
-        .tools = {},
-        .unreachable = {}};
+    Findings findings{.home = session.home(),
+                      .volume = volumeCapacity(session.home()),
+                      .preferencesLocation = session.defaults().location(),
+                      .preferences = session.preferences().readable(),
+                      .catalogueProblem = problemOfTexts(context.surroundings.resourceFolder),
+                      .isAccessGranted = session.fullDiskAccess().isGranted(),
+                      .probes = session.fullDiskAccess().report(),
+                      .tools = {},
+                      .unreachable = {}};
     for (const std::string_view name : kTools) findings.tools.push_back({name, runner.locate(name)});
     ScanOptions options;
     options.includeProjects = false;
-    findings.unreachable = scanShowingProgress(context, options).unreachable();
+    findings.unreachable = scanShowingProgress(context, options).report.unreachable();
     return findings;
 }
 
@@ -163,7 +172,12 @@ std::string accessText(const Findings& findings, const Look& look) {
                        wrapped(findings.isAccessGranted ? localized("granted, or nothing guarded is here")
                                                         : localized("not granted"),
                                look);
-    for (const std::string& line : lines(findings.probes)) {
+    const std::vector<std::string> probes = lines(findings.probes);
+    // On a system that guards nothing a list of what is not there says nothing.
+    const bool isAnyThere =
+        std::ranges::any_of(probes, [](const auto& line) { return !line.ends_with(": not there"); });
+    if (!isAnyThere) return text;
+    for (const std::string& line : probes) {
         text += "    " +
                 look.palette.quiet(shortenMiddle(printable(line), look.width - 4, look.glyphs.ellipsis())) +
                 "\n";

@@ -29,6 +29,9 @@ std::vector<std::string> forAnotherHome(std::vector<std::string> environment, co
 std::expected<SessionHome, std::string> namedHome(const std::string& named,
                                                   const Surroundings& surroundings) {
     const bool isRelative = !named.starts_with('/');
+    if (isRelative && !named.empty() && surroundings.workingFolder.empty()) {
+        return std::unexpected("--home: " + localized("the current folder is gone"));
+    }
     const auto path = canonicalPath(isRelative ? surroundings.workingFolder + "/" + named : named);
     if (named.empty() || !path) {
         return std::unexpected(localized("--home: there is no folder %@", printable(named)));
@@ -121,13 +124,14 @@ bool speaksUtf8(const std::vector<std::string>& environment) {
 }
 
 bool isDumbTerminal(const std::vector<std::string>& environment) {
-    return variable(environment, "TERM") == "dumb";
+    return variable(environment, "TERM").value_or("dumb") == "dumb";
 }
 
 bool wantsColour(const std::vector<std::string>& environment, bool isForbidden, bool isTerminal) {
-    if (isForbidden || variable(environment, "NO_COLOR") || isDumbTerminal(environment)) return false;
+    if (isForbidden || variable(environment, "NO_COLOR") || variable(environment, "TERM") == "dumb")
+        return false;
     if (const auto forced = variable(environment, "CLICOLOR_FORCE"); forced && *forced != "0") return true;
-    return isTerminal && variable(environment, "CLICOLOR") != "0";
+    return isTerminal && !isDumbTerminal(environment) && variable(environment, "CLICOLOR") != "0";
 }
 
 }  // namespace brindle

@@ -44,10 +44,11 @@ std::string numberLocale(const std::vector<std::string>& environment);
 // Whether the terminal may be sent more than ASCII.
 bool speaksUtf8(const std::vector<std::string>& environment);
 
+// TERM is "dumb", or says nothing.
 bool isDumbTerminal(const std::vector<std::string>& environment);
 
-// --no-color, NO_COLOR and TERM=dumb forbid, CLICOLOR_FORCE demands, CLICOLOR=0 forbids, otherwise a terminal
-// gets them: the first that applies counts.
+// --no-color, NO_COLOR and TERM=dumb forbid, CLICOLOR_FORCE demands, CLICOLOR=0 and no TERM forbid, otherwise a
+// terminal gets them: the first that applies counts.
 bool wantsColour(const std::vector<std::string>& environment, bool isForbidden, bool isTerminal);
 
 }  // namespace brindle

@@ -26,7 +26,8 @@ inline constexpr std::array<ExitCodeMeaning, 6> kExitCodes = {{
     {ExitCode::failed, "what was asked could not be done; the reason is on standard error"},
     {ExitCode::usage, "the command line was not understood"},
     {ExitCode::notFound, "explain or settings was asked about something that is not there"},
-    {ExitCode::interrupted, "stopped by Ctrl-C or a request to terminate; what was gathered is printed"},
+    {ExitCode::interrupted,
+     "stopped by Ctrl-C, SIGTERM or SIGHUP; what was gathered is printed, unless a second one came"},
     {ExitCode::outputClosed, "the reader of the output went away"},
 }};
 

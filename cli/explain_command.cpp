@@ -28,15 +28,21 @@ bool looksLikePath(const std::string& subject) {
 }
 
 std::string itemResult(const CommandContext& context, const CleanupItem& item) {
-    if (context.options.isJson) return toJson(item).dump(2) + "\n";
+    if (context.options.isJson) {
+        Json json{{"schemaVersion", 1}};
+        json.update(toJson(item));
+        return json.dump(2) + "\n";
+    }
     return itemPage(item, context.session.home(), context.look);
 }
 
-std::vector<CleanupItem> found(const CommandContext& context, std::optional<ModuleID> only) {
+// A disabled module is left out of the report, not out of the answer.
+ScanReport found(const CommandContext& context, std::optional<ModuleID> only) {
     ScanOptions options;
     options.includeProjects = !only || *only == ModuleID::projects;
+    options.includeDisabled = true;
     options.only = only;
-    return scanShowingProgress(context, options).allItems();
+    return scanShowingProgress(context, options).report;
 }
 
 Outcome interruptedOutcome(const CommandContext& context) {
@@ -71,16 +77,19 @@ std::string insideText(const CommandContext& context, const std::string& path,
     return text;
 }
 
+Json pathJson(const std::string& path) {
+    return Json{{"schemaVersion", 1}, {"path", jsonText(path)}, {"item", nullptr}};
+}
+
 Outcome inside(const CommandContext& context, const std::string& path,
                const std::vector<CleanupItem>& items) {
     if (!context.options.isJson) return {ExitCode::success, insideText(context, path, items)};
-    Json contained = Json::array();
-    for (const CleanupItem& item : items) contained.push_back(toJson(item));
-    const Json json{{"path", jsonText(path)}, {"item", nullptr}, {"contains", contained}};
+    Json json = pathJson(path);
+    json["contains"] = Json::array();
+    for (const CleanupItem& item : items) json["contains"].push_back(toJson(item));
     return {ExitCode::success, json.dump(2) + "\n"};
 }
 
-// The scan may have been kept from the path: what it did not see it cannot rule out.
 std::string uncoveredText(const CommandContext& context, const std::string& path) {
     std::string text;
     for (const std::string& line :
@@ -92,27 +101,50 @@ std::string uncoveredText(const CommandContext& context, const std::string& path
     return text;
 }
 
-Outcome uncovered(const CommandContext& context, const std::string& path) {
-    const bool isThere = statusOf(path).has_value();
-    if (!isThere) {
-        complain(context.streams, localized("nothing lies at %@, and no item covers it",
-                                            shownPath(path, context.session.home())));
-    }
-    if (context.options.isJson) {
-        return {ExitCode::notFound, Json{{"path", jsonText(path)}, {"item", nullptr}}.dump(2) + "\n"};
-    }
-    return {ExitCode::notFound, isThere ? uncoveredText(context, path) : ""};
+// What was not looked at cannot be ruled out: that is no "not found".
+Outcome unseen(const CommandContext& context, const std::string& path, const std::string& problem) {
+    complain(context.streams, problem);
+    if (!context.options.isJson) return {ExitCode::failed, ""};
+    Json json = pathJson(path);
+    json["problem"] = jsonText(problem);
+    return {ExitCode::failed, json.dump(2) + "\n"};
 }
 
-Outcome explainPath(const CommandContext& context) {
-    const std::string path =
-        absolutePath(context.options.subject, context.surroundings.workingFolder, context.session.home());
-    std::vector<CleanupItem> items = found(context, std::nullopt);
-    const Coverage coverage = coverageOf(path, items, context.session.home());
+std::string obstacleText(const Obstacle& obstacle, const std::string& path, const std::string& home) {
+    const std::string place = shownPath(obstacle.location.path, home);
+    const std::string reason = label(obstacle.location.reason);
+    const std::string sentence =
+        obstacle.isInside
+            ? localized("no item covers %@, but not all of it could be looked at (%@: %@).",
+                        shownPath(path, home), place, reason)
+            : localized("%@ could not be looked at (%@: %@).", shownPath(path, home), place, reason);
+    return sentence + " " + obstacle.location.remedy();
+}
+
+Outcome uncovered(const CommandContext& context, const std::string& path, const ScanReport& report) {
+    const std::string& home = context.session.home();
+    const auto status = statusOf(path);
+    const bool isMissing = !status && status.error().kind == Error::Kind::missing;
+    if (isMissing) {
+        complain(context.streams,
+                 localized("nothing lies at %@, and no item covers it", shownPath(path, home)));
+    } else if (const auto obstacle = obstacleFor(path, report.unreachable())) {
+        return unseen(context, path, obstacleText(*obstacle, path, home));
+    } else if (!status) {
+        return unseen(context, path, status.error().describe());
+    }
+    if (context.options.isJson) return {ExitCode::notFound, pathJson(path).dump(2) + "\n"};
+    return {ExitCode::notFound, isMissing ? "" : uncoveredText(context, path)};
+}
+
+Outcome explainPath(const CommandContext& context, const std::string& path) {
+    const ScanReport report = found(context, std::nullopt);
+    const Coverage coverage = coverageOf(path, report.allItems(), context.session.home());
     if (!coverage.covering.empty())
         return {unlessInterrupted(context), itemResult(context, coverage.covering.front())};
     if (context.surroundings.isInterrupted()) return interruptedOutcome(context);
-    return coverage.inside.empty() ? uncovered(context, path) : inside(context, path, coverage.inside);
+    return coverage.inside.empty() ? uncovered(context, path, report)
+                                   : inside(context, path, coverage.inside);
 }
 
 }  // namespace
@@ -122,16 +154,17 @@ Outcome runExplain(const CommandContext& context) {
     const auto module = moduleOf(subject);
     std::vector<CleanupItem> items;
     if (module) {
-        items = found(context, module);
+        items = found(context, module).allItems();
         const auto item = std::ranges::find(items, subject, &CleanupItem::id);
         if (item != items.end()) return {unlessInterrupted(context), itemResult(context, *item)};
         if (context.surroundings.isInterrupted()) return interruptedOutcome(context);
     }
-    const bool isThere =
-        statusOf(absolutePath(subject, context.surroundings.workingFolder, context.session.home()))
-            .has_value();
-    if (looksLikePath(subject) || isThere) return explainPath(context);
-    return unknownItem(context, items);
+    const auto path = absolutePath(subject, context.surroundings.workingFolder, context.session.home());
+    const bool isPath = looksLikePath(subject);
+    if (path && (isPath || statusOf(*path))) return explainPath(context, *path);
+    if (!isPath) return unknownItem(context, items);
+    complain(context.streams, localized("the current folder is gone"));
+    return {ExitCode::failed, ""};
 }
 
 }  // namespace brindle

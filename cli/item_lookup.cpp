@@ -46,11 +46,14 @@ bool liesInside(const CleanupItem& item, const std::string& path, const std::str
 
 }  // namespace
 
-std::string absolutePath(const std::string& typed, const std::string& workingFolder,
-                         const std::string& home) {
+std::optional<std::string> absolutePath(const std::string& typed, const std::string& workingFolder,
+                                        const std::string& home) {
     std::string path = typed;
     if (path == "~" || path.starts_with("~/")) path = home + path.substr(1);
-    if (!path.starts_with('/')) path = workingFolder + "/" + path;
+    if (!path.starts_with('/')) {
+        if (workingFolder.empty()) return std::nullopt;
+        path = workingFolder + "/" + path;
+    }
     path = withoutTrailingSlashes(path);
     const std::size_t slash = path.rfind('/');
     const std::string last = path.substr(slash + 1);
@@ -60,6 +63,19 @@ std::string absolutePath(const std::string& typed, const std::string& workingFol
         return (*parent == "/" ? "" : *parent) + "/" + last;
     }
     return withoutTrailingSlashes(std::filesystem::path(path).lexically_normal().string());
+}
+
+std::optional<Obstacle> obstacleFor(const std::string& path,
+                                    const std::vector<UnreachableLocation>& locations) {
+    std::optional<Obstacle> inside;
+    for (const UnreachableLocation& location : locations) {
+        if (!location.path.starts_with('/')) continue;  // a tool that did not answer
+        for (const std::string& spelling : spellings(location.path)) {
+            if (holds(spelling, path)) return Obstacle{location, false};
+            if (!inside && holds(path, spelling)) inside = Obstacle{location, true};
+        }
+    }
+    return inside;
 }
 
 std::vector<std::string> placesOf(const CleanupItem& item, const std::string& home) {

@@ -110,6 +110,20 @@ Rows rowsOf(const CleanupItem& item, const std::string& home) {
     return rows;
 }
 
+// Where the three do not fit beside each other the title gets a line of its own.
+std::string headingText(const CleanupItem& item, const Look& look) {
+    const std::string title = printable(item.title());
+    const std::string id = printable(item.id);
+    const std::string judgement = displayName(item.classification);
+    const std::string judged = look.palette.judged(item.classification, judgement);
+    if (displayWidth(title) + displayWidth(id) + displayWidth(judgement) + 4 <= look.width) {
+        return look.palette.heading(title) + "  " + look.palette.quiet(id) + "  " + judged + "\n";
+    }
+    const unsigned room = look.width - std::min(look.width, displayWidth(judgement) + 4);
+    return look.palette.heading(shortenEnd(title, look.width, look.glyphs.ellipsis())) + "\n  " +
+           look.palette.quiet(shortenMiddle(id, room, look.glyphs.ellipsis())) + "  " + judged + "\n";
+}
+
 std::string rowText(const Row& row, unsigned labels, const Look& look) {
     const unsigned indent = look.isNarrow() ? 4 : 2 + labels + 2;
     std::string label = look.palette.heading(padRight(row.label, look.isNarrow() ? 0 : labels));
@@ -130,9 +144,7 @@ std::string itemPage(const CleanupItem& item, const std::string& home, const Loo
     const Rows rows = rowsOf(item, home);
     unsigned labels = 0;
     for (const Row& row : rows) labels = std::max(labels, displayWidth(row.label));
-    std::string text = look.palette.heading(printable(item.title())) + "  " +
-                       look.palette.quiet(printable(item.id)) + "  " +
-                       look.palette.judged(item.classification, displayName(item.classification)) + "\n";
+    std::string text = headingText(item, look);
     for (const Row& row : rows) text += rowText(row, std::min(labels, 20U), look);
     return text;
 }

@@ -59,6 +59,16 @@ std::string environmentSection() {
                  "NO_COLOR or CLICOLOR=0 or TERM=dumb: no colours; CLICOLOR_FORCE=1: colours also in a pipe");
 }
 
+std::string filesSection() {
+    return ".SH FILES\n" +
+           entry("$XDG_CONFIG_HOME/brindle/preferences.json",
+                 "the preferences, where that variable names an absolute folder") +
+           entry("~/.config/brindle/preferences.json", "otherwise; with --home, in DIR/.config/brindle") +
+           entry("~/Library/Preferences",
+                 "on macOS: the preferences of the current user, as the system keeps them; brindle settings "
+                 "names the place");
+}
+
 std::string exitSection() {
     std::string text = ".SH EXIT STATUS\n";
     for (const ExitCodeMeaning& each : kExitCodes)
@@ -77,7 +87,7 @@ std::string manPage(const OptionSet& set) {
     text += ".SH OPTIONS\nThey may stand before or after the command.\n" + optionEntries(set, set.program());
     text += ".SH COMMANDS\n";
     for (const CLI::App* command : set.commands()) text += commandSection(set, *command);
-    return text + exitSection() + environmentSection();
+    return text + exitSection() + environmentSection() + filesSection();
 }
 
 }  // namespace brindle

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/suggestion.h"
+#include "core/modules/default_modules.h"
 #include "core/settings/setting_keys.h"
 #include "core/settings/setting_table.h"
 #include "core/settings/setting_text.h"
@@ -64,9 +65,14 @@ void guard(std::vector<std::string>& arguments) {
     if (mark != arguments.end()) arguments.erase(mark);
 }
 
+// Of the modules that this version has.
 std::vector<std::string> moduleNames() {
     std::vector<std::string> names;
-    for (const ModuleID each : allCases<ModuleID>()) names.emplace_back(rawText(each));
+    for (const ModuleID each : allCases<ModuleID>()) {
+        const bool isBuilt =
+            std::ranges::any_of(defaultModules(), [&](const auto& module) { return module->id() == each; });
+        if (isBuilt) names.emplace_back(rawText(each));
+    }
     return names;
 }
 
@@ -323,6 +329,9 @@ std::expected<void, UsageError> OptionSet::checkChoices() const {
         if (!option->get_positional()) sentence = names(*option).back() + ": " + sentence;
         if (const auto close = closest(value, choices.texts))
             sentence += localized("; did you mean %@?", *close);
+        if (option->get_type_name() == "MODULE" && moduleIDFrom(value)) {
+            sentence = localized("this version has no module %@; it has %@", value, joined(choices.texts));
+        }
         const CLI::App* command = chosen();
         return std::unexpected(UsageError{sentence, command != nullptr ? command->get_name() : ""});
     }
@@ -341,6 +350,9 @@ Options OptionSet::general() const {
 std::expected<Options, UsageError> OptionSet::understood() const {
     Options options = general();
     const CLI::App* command = chosen();
+    if (command == nullptr && options.isJson) {
+        return std::unexpected(UsageError{localized("--json needs a command"), ""});
+    }
     if (command == nullptr) return options;
     options.command = commandOf(command->get_name());
     options.helpTopic = unguarded(typed_.topic);

@@ -12,6 +12,8 @@ namespace brindle {
 namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(100);
+// So soon after a cancellation the line goes: a second Ctrl-C ends the program wherever it is.
+constexpr auto kNotice = std::chrono::milliseconds(10);
 constexpr std::string_view kEraseLine = "\r\x1b[K";
 
 }  // namespace
@@ -44,8 +46,12 @@ void Progress::finish() {
 
 void Progress::run() {
     std::unique_lock guard(lock_);
-    while (!wake_.wait_for(guard, kInterval, [this] { return isOver_; }) && !plan_.isCancelled()) draw();
-    // A second Ctrl-C ends the program wherever it is: the line must be gone by then.
+    auto drawn = std::chrono::steady_clock::now();
+    while (!wake_.wait_for(guard, kNotice, [this] { return isOver_; }) && !plan_.isCancelled()) {
+        if (std::chrono::steady_clock::now() - drawn < kInterval) continue;
+        draw();
+        drawn = std::chrono::steady_clock::now();
+    }
     erase();
 }
 
@@ -58,7 +64,8 @@ void Progress::draw() {
 }
 
 void Progress::erase() {
-    if (isDrawn_) streams_.writeMessage(kEraseLine);
+    // In the background the line has become the shell's.
+    if (isDrawn_ && streams_.messageTerminal()) streams_.writeMessage(kEraseLine);
     isDrawn_ = false;
 }
 

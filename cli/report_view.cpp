@@ -123,10 +123,17 @@ std::string totalsText(const ReportPage& page) {
     return text;
 }
 
+std::string unfinishedText(const std::vector<ModuleID>& modules) {
+    std::string names;
+    for (const ModuleID module : modules) names += (names.empty() ? "" : ", ") + displayName(module);
+    return localized("Not finished: %@.", names);
+}
+
 std::string closingText(const ReportPage& page) {
     std::vector<std::string> sentences;
     if (page.isInterrupted) {
         sentences.push_back(localized("Interrupted: this is partial, only what had been found until then."));
+        if (!page.unfinished.empty()) sentences.push_back(unfinishedText(page.unfinished));
     } else if (page.report.isPartial()) {
         sentences.push_back(localized(
             "This scan is partial: some places could not be measured, so the sizes are the least that is "
@@ -150,7 +157,8 @@ std::string closingText(const ReportPage& page) {
 }  // namespace
 
 std::string reportText(const ReportPage& page) {
-    std::string text = storageBar(page.report, page.look);
+    std::string text =
+        page.isOneModule ? volumeLine(page.report, page.look) : storageBar(page.report, page.look);
     text += page.report.allItems().empty() ? nothingText(page) : modulesText(page);
     text += hiddenText(page);
     const std::string unreachable = unreachableText(page.report.unreachable(), page.home, page.look);

@@ -16,6 +16,8 @@ struct ReportPage {
     std::string home;
     AgeText age;
     bool isInterrupted = false;
+    std::vector<ModuleID> unfinished = {};  // told when interrupted
+    bool isOneModule = false;               // then the volume's slices would be untrue, and are left out
     Look look;
 };
 

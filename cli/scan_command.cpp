@@ -1,5 +1,7 @@
 // brindle scan
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <set>
 
 #include "cli/command.h"
@@ -29,41 +31,57 @@ void removeHidden(Json& report, const ScanReport& scanned, const ItemFilter& fil
     }
 }
 
-std::string jsonResult(const CommandContext& context, const ScanReport& report, bool isInterrupted) {
-    Json json = reportJson(report, context.session.home(), isInterrupted);
-    removeHidden(json, report, context.options.filter);
+std::string jsonResult(const CommandContext& context, const ShownScan& scan, bool isInterrupted) {
+    Json json = reportJson(scan.report, context.session.home(), isInterrupted);
+    removeHidden(json, scan.report, context.options.filter);
+    if (isInterrupted) {
+        json["unfinishedModules"] = Json::array();
+        for (const ModuleID module : scan.unfinished) json["unfinishedModules"].push_back(rawText(module));
+    }
     return json.dump(2) + "\n";
 }
 
-std::string textResult(const CommandContext& context, const ScanReport& report, bool isInterrupted) {
+std::string textResult(const CommandContext& context, const ShownScan& scan, bool isInterrupted) {
     const ScanContext clock = context.session.context({});
-    return reportText({.report = report,
+    return reportText({.report = scan.report,
                        .filter = context.options.filter,
                        .home = context.session.home(),
                        .age = [clock](auto date) { return clock.relativeAge(date); },
                        .isInterrupted = isInterrupted,
+                       .unfinished = scan.unfinished,
+                       .isOneModule = context.options.only.has_value(),
                        .look = context.look});
 }
 
 void showTimings(Streams& streams, const std::vector<StageTiming>& timings) {
     std::string text;
     for (const StageTiming& each : timings) {
-        text += localized("%@: %@ ms", each.stage, ByteFormat::count(std::lround(each.seconds * 1000))) + "\n";
+        text +=
+            localized("%@: %@ ms", each.stage, ByteFormat::count(std::lround(each.seconds * 1000))) + "\n";
     }
     streams.writeMessage(text);
 }
 
 }  // namespace
 
-ScanReport scanShowingProgress(const CommandContext& context, ScanOptions options) {
+ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options) {
     const auto& environment = context.surroundings.environment;
     options.isCancelled = context.surroundings.isInterrupted;
-    Progress progress(context.streams, {.moduleCount = context.session.modulesToRun(options).size(),
+    std::vector<ModuleID> running = context.session.modulesToRun(options);
+    Progress progress(context.streams, {.moduleCount = running.size(),
                                         .isCancelled = options.isCancelled,
                                         .glyphs = {.isUnicode = speaksUtf8(environment)},
                                         .isWanted = !isDumbTerminal(environment)});
-    options.onModuleFinished = [&](const ModuleResult& result) { progress.moduleFinished(result); };
-    return context.session.scan(options);
+    options.onModuleFinished = [&](const ModuleResult& result) {
+        progress.moduleFinished(result);
+        // Several modules may share one identity: each takes its own entry away.
+        const auto entry = std::ranges::find(running, result.moduleID);
+        if (entry != running.end() && !options.isCancelled()) running.erase(entry);
+    };
+    ShownScan scan{context.session.scan(options), {}};
+    std::ranges::sort(running);
+    std::ranges::unique_copy(running, std::back_inserter(scan.unfinished));
+    return scan;
 }
 
 Outcome runScan(const CommandContext& context) {
@@ -77,12 +95,12 @@ Outcome runScan(const CommandContext& context) {
     }
     std::vector<StageTiming> timings;
     options.onTimings = [&](const std::vector<StageTiming>& all) { timings = all; };
-    const ScanReport report = scanShowingProgress(context, options);
+    const ShownScan scan = scanShowingProgress(context, options);
     const ExitCode code = unlessInterrupted(context);
     const bool isInterrupted = code == ExitCode::interrupted;
     if (context.options.showsTimings) showTimings(context.streams, timings);
-    return {code, context.options.isJson ? jsonResult(context, report, isInterrupted)
-                                         : textResult(context, report, isInterrupted)};
+    return {code, context.options.isJson ? jsonResult(context, scan, isInterrupted)
+                                         : textResult(context, scan, isInterrupted)};
 }
 
 }  // namespace brindle

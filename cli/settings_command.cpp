@@ -52,15 +52,19 @@ Json entryJson(const Entry& entry) {
                 {"default", entry.setting->defaultText}, {"meaning", entry.setting->meaning}};
 }
 
+std::string shownDefault(const Setting& setting) {
+    return localized(setting.defaultText.empty() ? "(empty)" : setting.defaultText);
+}
+
 std::string remark(const Entry& entry) {
     switch (entry.shown.origin) {
         case ShownSetting::Origin::stored:
-            return localized("set; its default is %@", localized(entry.setting->defaultText));
+            return localized("set; its default is %@", shownDefault(*entry.setting));
         case ShownSetting::Origin::byDefault:
             return localized("default");
         case ShownSetting::Origin::unusable:
             return localized("stored value makes no sense; the default %@ holds",
-                             localized(entry.setting->defaultText));
+                             shownDefault(*entry.setting));
     }
     return "";
 }

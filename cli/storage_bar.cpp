@@ -73,7 +73,7 @@ std::vector<unsigned> sharesOf(const std::vector<StorageCategory>& slices, unsig
     return shares;
 }
 
-std::string storageBar(const ScanReport& report, const Look& look) {
+std::string volumeLine(const ScanReport& report, const Look& look) {
     if (!report.disk) return localized("The capacity of this volume could not be read.") + "\n";
     const DiskInfo& disk = *report.disk;
     const std::string used = localized("%@ of %@ used", ByteFormat::shortText(disk.usedBytes()),
@@ -82,8 +82,13 @@ std::string storageBar(const ScanReport& report, const Look& look) {
     const std::string name = shortenMiddle(
         disk.volumeName.empty() ? localized("Volume") : localized("Volume %@", printable(disk.volumeName)),
         room, look.glyphs.ellipsis());
-    return look.palette.heading(name) + "  " + used + "\n" + barOf(report.storage, look) +
-           legendOf(report.storage, disk.totalBytes, look);
+    return look.palette.heading(name) + "  " + used + "\n";
+}
+
+std::string storageBar(const ScanReport& report, const Look& look) {
+    if (!report.disk) return volumeLine(report, look);
+    return volumeLine(report, look) + barOf(report.storage, look) +
+           legendOf(report.storage, report.disk->totalBytes, look);
 }
 
 }  // namespace brindle

@@ -13,6 +13,9 @@ namespace brindle {
 // that was has at least a column. Without a capacity there is a sentence in its place.
 std::string storageBar(const ScanReport& report, const Look& look);
 
+// The bar's first line alone: the name of the volume and how full it is.
+std::string volumeLine(const ScanReport& report, const Look& look);
+
 // How many columns each slice gets: together `columns`, in proportion, none for nothing.
 std::vector<unsigned> sharesOf(const std::vector<StorageCategory>& slices, unsigned columns);
 

@@ -28,6 +28,7 @@ std::optional<unsigned> StandardStreams::resultTerminal() const {
 }
 
 std::optional<unsigned> StandardStreams::messageTerminal() const {
+    if (!isInForeground()) return std::nullopt;
     return columnsBehind(StandardStream::errors);
 }
 

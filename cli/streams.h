@@ -21,7 +21,7 @@ class Streams {
     virtual void writeMessage(std::string_view bytes) = 0;
 
     // Columns of the terminal that the stream leads to; absent when it leads elsewhere. Asked anew each time,
-    // for the user may resize it.
+    // for the user may resize it, or put the program in the background, where its messages have none.
     virtual std::optional<unsigned> resultTerminal() const = 0;
     virtual std::optional<unsigned> messageTerminal() const = 0;
 };

@@ -33,6 +33,7 @@ std::optional<std::string> closest(std::string_view typed, const std::vector<std
     constexpr std::size_t kShortest = 3;
     constexpr std::size_t kLongest = 64;
     if (typed.size() < kShortest || typed.size() > kLongest) return std::nullopt;
+    if (std::ranges::find(known, typed) != known.end()) return std::nullopt;
     std::optional<std::string> best;
     std::size_t least = std::max<std::size_t>(1, typed.size() / 3) + 1;
     for (const std::string& each : known) {

@@ -47,8 +47,14 @@ Error malformedError(std::string_view operation, std::string_view path, std::str
 }
 
 std::string Error::describe() const {
-    std::string text = "could not " + operation;
+    // A reason in brackets comes behind the path, where every other reason stands.
+    const std::size_t bracket =
+        kind == Kind::malformed && !path.empty() ? operation.find(" (") : std::string::npos;
+    std::string text = "could not " + operation.substr(0, bracket);
     if (!path.empty()) text += " " + printable(path);
+    if (bracket != std::string::npos) {
+        text += ": " + operation.substr(bracket + 2, operation.size() - bracket - 3);
+    }
     if (code != 0) text += ": " + std::generic_category().message(code);
     return text;
 }

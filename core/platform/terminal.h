@@ -19,6 +19,10 @@ bool isTerminal(StandardStream stream);
 // one.
 std::optional<unsigned> terminalWidth();
 
+// Whether this process is the one that its terminal's user deals with, as seen through the errors; false
+// without a terminal there.
+bool isInForeground();
+
 // Writes all bytes, unbuffered, however many calls that takes. A reader that has gone is an error like any
 // other: isClosedPipe() tells it.
 std::expected<void, Error> writeAll(StandardStream stream, std::string_view bytes);
@@ -34,9 +38,9 @@ void ignoreClosedPipes();
 // Kind::malformed.
 std::expected<std::optional<std::string>, Error> readLine();
 
-// Ctrl-C and a request to terminate (SIGINT, SIGTERM): the first one counts, so that the work in hand can end
-// in order; the second ends the process at once with 130 (143 when it is a SIGTERM). A signal that the parent
-// had told this process to ignore stays ignored. Install once, before threads start.
+// Ctrl-C, a request to terminate and a terminal that has gone (SIGINT, SIGTERM, SIGHUP): the first one counts,
+// so that the work in hand can end in order; the second, whichever it is, ends the process at once with 130. A
+// signal that the parent had told this process to ignore stays ignored. Install once, before threads start.
 void installInterruptHandler();
 
 // How many came since the start; safe from any thread.

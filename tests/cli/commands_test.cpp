@@ -90,10 +90,12 @@ TEST(ScanCommand, KeepsToTheWidthOfTheTerminal) {
     furnish(home);
     home.file("Library/Application Support/Cursor/CachedData/x");
     for (const unsigned width : {30U, 40U, 63U, 64U, 80U, 120U}) {
-        for (const std::string command : {"scan", "doctor", "modules", "settings", "help"}) {
-            const CollectedRun run = runIn(home, {command, "--no-color"}, {.terminal = width});
+        for (std::vector<std::string> command : std::vector<std::vector<std::string>>{
+                 {"scan"}, {"doctor"}, {"modules"}, {"settings"}, {"help"}, {"explain", "python.pip"}}) {
+            command.emplace_back("--no-color");
+            const CollectedRun run = runIn(home, command, {.terminal = width});
             for (const std::string& line : linesOf(run.result)) {
-                EXPECT_LE(displayWidth(line), width) << command << ": " << line;
+                EXPECT_LE(displayWidth(line), width) << command.front() << ": " << line;
             }
         }
     }
@@ -128,7 +130,11 @@ TEST(ScanCommand, PrintsWhatItHasWhenInterrupted) {
     const CollectedRun text = runIn(home, {"scan"}, interrupted);
     EXPECT_EQ(text.code, ExitCode::interrupted);
     EXPECT_TRUE(contains(text.result, "Interrupted: this is partial"));
-    EXPECT_EQ(json::parse(runIn(home, {"scan", "--json"}, interrupted).result)["isPartial"], true);
+    EXPECT_TRUE(contains(text.result, "Not finished: "));
+    const json report = json::parse(runIn(home, {"scan", "--json", "--only", "python"}, interrupted).result);
+    EXPECT_EQ(report["isPartial"], true);
+    EXPECT_EQ(report["unfinishedModules"], json::array({"python"}));
+    EXPECT_FALSE(json::parse(runIn(home, {"scan", "--json"}).result).contains("unfinishedModules"));
     EXPECT_EQ(runIn(home, {"explain", "python.pip"}, interrupted).code, ExitCode::interrupted);
 }
 
@@ -137,7 +143,11 @@ TEST(ScanCommand, LooksAtOneModuleAlsoADisabledOne) {
     furnish(home);
     ASSERT_EQ(runIn(home, {"settings", "disabled-modules", "python", "tools"}).code, ExitCode::success);
     EXPECT_FALSE(contains(runIn(home, {"scan"}).result, "python.pip"));
-    EXPECT_TRUE(contains(runIn(home, {"scan", "--only", "python"}).result, "python.pip"));
+    const std::string only = runIn(home, {"scan", "--only", "python"}).result;
+    EXPECT_TRUE(contains(only, "python.pip"));
+    EXPECT_TRUE(contains(only, " used\n"));
+    EXPECT_FALSE(contains(only, "not measured")) << "the slices of one module are not those of the volume";
+    EXPECT_EQ(runIn(home, {"explain", "Library/Caches/pip/wheel"}).code, ExitCode::success);
     EXPECT_TRUE(contains(runIn(home, {"modules"}).result, "no, disabled"));
 }
 
@@ -147,7 +157,8 @@ TEST(ScanCommand, WarnsWhenThePreferencesCannotBeTrusted) {
     home.text(".config/brindle/preferences.json", "{ broken");
     const CollectedRun scan = runIn(home, {"scan"});
     EXPECT_EQ(scan.code, ExitCode::success);
-    EXPECT_TRUE(contains(scan.messages, "preferences"));
+    EXPECT_TRUE(contains(scan.messages, "could not read the preferences " +
+                                            home.path(".config/brindle/preferences.json") + ": not JSON"));
     EXPECT_TRUE(contains(scan.messages, "what you disabled or protected is not respected"));
     EXPECT_EQ(runIn(home, {"settings", "cadence", "daily"}).code, ExitCode::failed);
     EXPECT_TRUE(contains(runIn(home, {"doctor"}).result, "Repair or remove"));
@@ -180,7 +191,21 @@ TEST(ExplainCommand, TellsOfItemsAndPaths) {
     }
     const json item = json::parse(runIn(home, {"explain", "--json", "Library/Caches/pip"}).result);
     EXPECT_EQ(item["id"], "python.pip");
+    EXPECT_EQ(item["schemaVersion"], 1);
     EXPECT_TRUE(json::parse(runIn(home, {"explain", "--json", "/usr"}).result)["item"].is_null());
+}
+
+TEST(ExplainCommandUnprivileged, NeverTakesWhatItCouldNotSeeForNothing) {
+    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    TestHome home;
+    home.folder("closed");
+    home.mode("closed", 0);
+    const CollectedRun run = runIn(home, {"explain", "closed/x"});
+    EXPECT_EQ(run.code, ExitCode::failed);
+    EXPECT_FALSE(contains(run.messages, "nothing lies"));
+    EXPECT_TRUE(contains(run.messages, "Permission denied"));
+    EXPECT_TRUE(json::parse(runIn(home, {"explain", "--json", "closed/x"}).result).contains("problem"));
+    home.mode("closed", 0755);
 }
 
 TEST(SettingsCommand, ChangesShowsAndResetsEverySettingByName) {

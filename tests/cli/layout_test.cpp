@@ -56,11 +56,11 @@ TEST(Environment, ChoosesLanguageAndEncodingAsGettextDoes) {
     };
     const std::vector<Case> cases = {
         {{}, {}, false},
-        {{"LANG=pt_PT.UTF-8"}, {"pt-PT"}, true},
-        {{"LC_ALL=", "LC_MESSAGES=de_DE@euro", "LANG=fr_FR.utf8"}, {"de-DE"}, true},
-        {{"LANG=de_DE.UTF-8", "LANGUAGE=es:fr"}, {"es", "fr", "de-DE"}, true},
+        {{"LANG=pt_PT.UTF-8", "TERM=xterm"}, {"pt-PT"}, true},
+        {{"LC_ALL=", "LC_MESSAGES=de_DE@euro", "LANG=fr_FR.utf8", "TERM=xterm"}, {"de-DE"}, true},
+        {{"LANG=de_DE.UTF-8", "LANGUAGE=es:fr", "TERM=xterm"}, {"es", "fr", "de-DE"}, true},
         {{"LC_ALL=C", "LANG=de_DE.UTF-8", "LANGUAGE=es"}, {}, false},
-        {{"LANG=C.UTF-8"}, {}, true},
+        {{"LANG=C.UTF-8", "TERM=xterm"}, {}, true},
         {{"LANG=en_US.UTF-8", "TERM=dumb"}, {"en-US"}, false},
     };
     for (const Case& each : cases) {
@@ -80,8 +80,9 @@ TEST(Environment, GivesColoursOnlyWhereTheyAreWanted) {
         {{"TERM=xterm"}, true, true, false},
         {{"TERM=dumb"}, false, true, false},
         {{"NO_COLOR=1"}, false, true, false},
-        {{"NO_COLOR="}, false, true, true},
-        {{"CLICOLOR=0"}, false, true, false},
+        {{"NO_COLOR=", "TERM=xterm"}, false, true, true},
+        {{"CLICOLOR=0", "TERM=xterm"}, false, true, false},
+        {{"TERM="}, false, true, false},
         {{"CLICOLOR_FORCE=1"}, false, false, true},
         {{"CLICOLOR_FORCE=1", "NO_COLOR=1"}, false, true, false},
     };
@@ -134,7 +135,7 @@ TEST(ItemLookup, FindsTheClosestItemAlsoBehindLinks) {
     };
     const auto covering = [&](const std::string& typed) {
         const auto coverage =
-            coverageOf(absolutePath(typed, home.path("store"), home.path()), items, home.path());
+            coverageOf(*absolutePath(typed, home.path("store"), home.path()), items, home.path());
         if (!coverage.covering.empty()) return coverage.covering.front().id;
         return std::to_string(coverage.inside.size());
     };

@@ -128,6 +128,7 @@ TEST(OptionSet, SaysWhatItDidNotUnderstand) {
         {{"settings", "--reset"}, "--reset needs the name of a setting"},
         {{"settings", "cadence", "daily", "--reset"}, "--reset takes no value"},
         {{"completion", "tcsh"}, "tcsh is none of bash, zsh, fish"},
+        {{"--json"}, "--json needs a command"},
     };
     for (const Case& each : cases) {
         OptionSet set;

@@ -21,6 +21,7 @@
 
 #include "cli/display_width.h"
 #include "cli/exit_code.h"
+#include "tests/support/pseudo_terminal.h"
 #include "tests/support/test_home.h"
 
 namespace brindle::test {
@@ -120,6 +121,10 @@ TEST(Program, EndsWithTheDocumentedExitCodes) {
         {"$B explain python.none", ExitCode::notFound},
         {"$B settings none", ExitCode::notFound},
         {"$B settings cadence hourly", ExitCode::usage},
+        {"mkdir " + home.path("d") + "; cd " + home.path("d") + "; rmdir $PWD; $B explain ./usr",
+         ExitCode::failed},
+        {"mkdir " + home.path("d") + "; cd " + home.path("d") + "; rmdir $PWD; $B --home usr scan",
+         ExitCode::usage},
     };
     for (const Case& each : cases) {
         const ShellRun run = shell(home, each.line);
@@ -147,19 +152,40 @@ TEST(Program, PrintsCompletionsAndAManualThatTheirReadersAccept) {
         EXPECT_EQ(run.status, 0) << run.output;
         EXPECT_EQ(run.output, "");
     }
-    const std::string complete =
-        "source <($B completion bash); COMP_WORDS=(brindle scan --only py); COMP_CWORD=3; _brindle; "
-        "echo ${COMPREPLY[@]}; COMP_WORDS=(brindle --home / se); _brindle; echo ${COMPREPLY[@]}";
-    const ShellRun completed =
-        shell(home, "$B completion bash > " + home.path("b") + "; bash -c '" + "source " + home.path("b") +
-                        complete.substr(complete.find(';')) + "'");
-    EXPECT_EQ(completed.output, "python\nsettings\n");
+    home.folder("my folder");
+    struct Case {
+        std::string line;  // the last word is completed
+        std::string offered;
+    };
+    const std::vector<Case> cases = {
+        {"scan --only py", "python"},
+        {"scan --only = py", "python"},  // as bash separates "--only=py"
+        {"scan --only=py", "--only=python"},
+        {"--home / se", "settings"},
+        {"--home = / se", "settings"},
+        {"--home " + home.path("my"), home.path("my folder")},
+        {"settings cade", "cadence"},
+        {"settings cadence ca", ""},
+        {"settings cadence daily --re", ""},
+        {"settings -- --re", ""},
+        {"--on", ""},
+    };
+    std::string script = "source " + home.path("bash");
+    std::string expected;
+    for (const Case& each : cases) {
+        script +=
+            "; COMP_WORDS=(brindle " + each.line +
+            "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _brindle; printf \"%s|\" \"${COMPREPLY[@]}\"; echo";
+        expected += each.offered + "|\n";
+    }
+    EXPECT_EQ(shell(home, "bash -c '" + script + "'").output, expected);
     if (shell(home, "command -v groff").status == 0) {
         EXPECT_EQ(shell(home, "$B man | groff -man -Tutf8 -ww -z").output, "");
     }
 }
 
 TEST(Program, LeavesNoDebrisOnTheTerminal) {
+    if (!test::hasPseudoTerminals()) GTEST_SKIP() << test::kNeedsPseudoTerminals;
     TestHome home;
     home.file("Library/Caches/pip/x");
     for (const unsigned short width : std::array<unsigned short, 2>{40, 100}) {
@@ -175,6 +201,7 @@ TEST(Program, LeavesNoDebrisOnTheTerminal) {
 }
 
 TEST(Program, EndsAtOnceOnCtrlCWithWhatItHas) {
+    if (!test::hasPseudoTerminals()) GTEST_SKIP() << test::kNeedsPseudoTerminals;
     using namespace std::chrono;
     TestHome home;
     home.file("Library/Caches/pip/x");

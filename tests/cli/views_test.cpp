@@ -1,6 +1,7 @@
 // Items and places that a real disk does not readily offer.
 #include <gtest/gtest.h>
 
+#include "cli/item_lookup.h"
 #include "cli/item_page.h"
 #include "cli/report_view.h"
 #include "cli/unreachable_view.h"
@@ -91,6 +92,24 @@ TEST(UnreachableView, GroupsByReasonAndRemedyAndCutsLongLists) {
               "    and 2 more (--json shows all)\n    Ask.\n  tool not running\n    docker\n    Start it.\n"
               "  on another volume\n    /mnt/other\n    Left alone.\n");
     EXPECT_EQ(unreachableText({}, "/home/u", {}), "");
+}
+
+TEST(ItemLookup, KnowsWhatWasNotLookedAt) {
+    using Reason = UnreachableLocation::Reason;
+    const std::vector<UnreachableLocation> locations = {{"docker", Reason::toolchainNotRunning, ""},
+                                                        {"/h/a/b", Reason::permissionDenied, ""},
+                                                        {"/h/a", Reason::searchDepth, ""}};
+    struct Case {
+        std::string path;
+        std::string place;
+        bool isInside;
+    };
+    for (const Case& each : {Case{"/h/a/b/c", "/h/a/b", false}, Case{"/h/a/x", "/h/a", false},
+                             Case{"/h", "/h/a/b", true}, Case{"/h/ab", "", false}}) {
+        const auto obstacle = obstacleFor(each.path, locations);
+        EXPECT_EQ(obstacle ? obstacle->location.path : "", each.place);
+        EXPECT_EQ(obstacle && obstacle->isInside, each.isInside) << each.path;
+    }
 }
 
 TEST(ReportView, SaysSoWhenThereIsNothingOrNoCapacity) {

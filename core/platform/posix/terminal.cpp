@@ -31,8 +31,9 @@ int descriptorOf(StandardStream stream) {
     return -1;
 }
 
-extern "C" void countInterrupt(int signal) {
-    if (interrupts.fetch_add(1) > 0) _exit(128 + signal);
+extern "C" void countInterrupt(int) {
+    constexpr int kInterrupted = 130;
+    if (interrupts.fetch_add(1) > 0) _exit(kInterrupted);
 }
 
 void handle(int signal) {
@@ -82,6 +83,10 @@ std::optional<unsigned> terminalWidth() {
     return std::nullopt;
 }
 
+bool isInForeground() {
+    return tcgetpgrp(STDERR_FILENO) == getpgrp();
+}
+
 std::expected<void, Error> writeAll(StandardStream stream, std::string_view bytes) {
     const int descriptor = descriptorOf(stream);
     while (!bytes.empty()) {
@@ -116,6 +121,7 @@ std::expected<std::optional<std::string>, Error> readLine() {
 void installInterruptHandler() {
     handle(SIGINT);
     handle(SIGTERM);
+    handle(SIGHUP);
 }
 
 int interruptCount() {

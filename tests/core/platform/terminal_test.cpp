@@ -139,6 +139,7 @@ TEST(Interrupts, TheFirstCountsAndTheSecondEndsTheProcess) {
         return inChild([=] {
             signal(SIGINT, SIG_DFL);
             signal(SIGTERM, SIG_DFL);
+            signal(SIGHUP, SIG_DFL);
             installInterruptHandler();
             if (interruptRequested()) return 1;
             for (int count = 0; count < sent; ++count) raise(signalNumber);
@@ -149,7 +150,8 @@ TEST(Interrupts, TheFirstCountsAndTheSecondEndsTheProcess) {
     EXPECT_EQ(after(1, SIGINT), 51);
     EXPECT_EQ(after(2, SIGINT), 130);
     EXPECT_EQ(after(1, SIGTERM), 51);
-    EXPECT_EQ(after(2, SIGTERM), 143);
+    EXPECT_EQ(after(2, SIGTERM), 130);
+    EXPECT_EQ(after(1, SIGHUP), 51);
 }
 
 TEST(Interrupts, WhatTheParentIgnoresStaysIgnored) {
