@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <utility>
 
 #include "core/platform/posix/folder_flags.h"
@@ -14,8 +15,8 @@ namespace brindle {
 
 namespace {
 
-// Below the shortest limit of a path in one call (1,024 on macOS, 4,096 on Linux), its NUL included.
-constexpr std::size_t kLongestPathInOneCall = 1000;
+// What the system takes in one call (1,024 on macOS, 4,096 on Linux), its NUL included.
+constexpr std::size_t kLongestPathInOneCall = PATH_MAX - 1;
 
 constexpr int kListingFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
