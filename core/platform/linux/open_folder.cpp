@@ -2,12 +2,13 @@
 // folder.
 #include "core/platform/open_folder.h"
 
-#include <dirent.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+
+#include "core/platform/posix/directory_entry.h"
 
 namespace brindle {
 
@@ -17,16 +18,6 @@ namespace {
 constexpr std::size_t kLengthOffset = 16;
 constexpr std::size_t kTypeOffset = 18;
 constexpr std::size_t kNameOffset = 19;
-
-ListedEntry::Kind kindOf(unsigned char type) {
-    if (type == DT_DIR) return ListedEntry::Kind::folder;
-    if (type == DT_UNKNOWN) return ListedEntry::Kind::unknown;
-    return ListedEntry::Kind::other;
-}
-
-bool isSelfOrParent(const char* name) {
-    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
-}
 
 }  // namespace
 
@@ -38,7 +29,7 @@ bool EntryBlock::next(ListedEntry& entry) {
         position_ += length;
         entry.name = reinterpret_cast<const char*>(record + kNameOffset);
         if (isSelfOrParent(entry.name)) continue;
-        entry.kind = kindOf(std::to_integer<unsigned char>(record[kTypeOffset]));
+        entry.kind = kindOfEntry(std::to_integer<unsigned char>(record[kTypeOffset]));
         return true;
     }
     return false;

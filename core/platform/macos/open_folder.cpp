@@ -8,19 +8,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/platform/posix/directory_entry.h"
+
 namespace brindle {
 
 namespace {
-
-ListedEntry::Kind kindOf(unsigned char type) {
-    if (type == DT_DIR) return ListedEntry::Kind::folder;
-    if (type == DT_UNKNOWN) return ListedEntry::Kind::unknown;
-    return ListedEntry::Kind::other;
-}
-
-bool isSelfOrParent(const char* name) {
-    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
-}
 
 // A stream of its own descriptor: closing it must not close the folder that status calls still use.
 DIR* streamOf(int descriptor) {
@@ -36,7 +28,7 @@ DIR* streamOf(int descriptor) {
 bool EntryBlock::next(ListedEntry& entry) {
     if (position_ >= used_) return false;
     const std::byte* record = bytes_.get() + position_;
-    entry.kind = kindOf(std::to_integer<unsigned char>(record[0]));
+    entry.kind = kindOfEntry(std::to_integer<unsigned char>(record[0]));
     entry.name = reinterpret_cast<const char*>(record + 1);
     position_ += 1 + std::strlen(entry.name) + 1;
     return true;
