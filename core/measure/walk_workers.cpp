@@ -19,7 +19,7 @@ struct Workers {
 }  // namespace
 
 // A walk that finds nothing cached waits for the disk, and a disk answers many questions at once: sixteen
-// threads on two processors took 0.53 of the time of two, and cost nothing where everything was cached.
+// threads on two processors took about half the time of two, and cost nothing where everything was cached.
 int walkWorkerCount() {
     constexpr int kFewest = 16;
     constexpr int kMost = 64;

@@ -30,8 +30,22 @@ std::vector<Fact> factsOf(const ScanContext& context, const DirectoryMeasurement
     };
 }
 
-std::string itemID(ModuleID module, const std::string& key) {
-    return std::string(rawText(module)) + "." + key;
+// What both kinds of entries say of a folder that has been measured; the rest is the entry's own.
+template <typename Spec>
+CleanupItemFields fieldsOf(const Spec& spec, ModuleID module, const std::string& detail,
+                           const DirectoryMeasurement& measurement) {
+    return {
+        .id = std::string(rawText(module)) + "." + spec.key,
+        .moduleID = module,
+        .title = spec.title,
+        .detail = detail,
+        .measurement = measurement,
+        .classification = Classification::protected_,
+        .explanation = {},
+        .removal = {},
+        .projectPath = std::nullopt,
+        .clears = std::nullopt,
+    };
 }
 
 }  // namespace
@@ -49,19 +63,12 @@ std::optional<CleanupItem> CacheSpec::item(const ScanContext& context, ModuleID 
     for (const std::string& where : folders(context)) {
         const auto measurement = measureOccupied(context, where);
         if (!measurement) continue;
-        return CleanupItem(CleanupItemFields{
-            .id = itemID(module, key),
-            .moduleID = module,
-            .title = title,
-            .detail = context.displayPath(where),
-            .measurement = *measurement,
-            .classification = classification,
-            .explanation = {whatItIs, whatHappensNext, whySuggested, regeneratedBy,
-                            factsOf(context, *measurement)},
-            .removal = command ? RemovalStrategy{*command} : RemovalStrategy{DeletePaths{{where}}},
-            .projectPath = std::nullopt,
-            .clears = std::nullopt,
-        });
+        CleanupItemFields fields = fieldsOf(*this, module, context.displayPath(where), *measurement);
+        fields.classification = classification;
+        fields.explanation = {whatItIs, whatHappensNext, whySuggested, regeneratedBy,
+                              factsOf(context, *measurement)};
+        fields.removal = command ? RemovalStrategy{*command} : RemovalStrategy{DeletePaths{{where}}};
+        return CleanupItem(std::move(fields));
     }
     return std::nullopt;
 }
@@ -70,18 +77,10 @@ std::optional<CleanupItem> ProtectedSpec::item(const ScanContext& context, Modul
     const std::string where = context.path(relativePath);
     const auto measurement = measureOccupied(context, where);
     if (!measurement) return std::nullopt;
-    return CleanupItem(CleanupItemFields{
-        .id = itemID(module, key),
-        .moduleID = module,
-        .title = title,
-        .detail = context.displayPath(where),
-        .measurement = *measurement,
-        .classification = Classification::protected_,
-        .explanation = {reason, "Nothing is removed by Brindle.", {}, {}, factsOf(context, *measurement)},
-        .removal = {DeletePaths{{where}}},
-        .projectPath = std::nullopt,
-        .clears = std::nullopt,
-    });
+    CleanupItemFields fields = fieldsOf(*this, module, context.displayPath(where), *measurement);
+    fields.explanation = {reason, "Nothing is removed by Brindle.", {}, {}, factsOf(context, *measurement)};
+    fields.removal = {DeletePaths{{where}}};
+    return CleanupItem(std::move(fields));
 }
 
 }  // namespace brindle
