@@ -68,9 +68,10 @@ void guard(std::vector<std::string>& arguments) {
 // Of the modules that this version has.
 std::vector<std::string> moduleNames() {
     std::vector<std::string> names;
+    const ModuleList modules = defaultModules({});
     for (const ModuleID each : allCases<ModuleID>()) {
         const bool isBuilt =
-            std::ranges::any_of(defaultModules(), [&](const auto& module) { return module->id() == each; });
+            std::ranges::any_of(modules, [&](const auto& module) { return module->id() == each; });
         if (isBuilt) names.emplace_back(rawText(each));
     }
     return names;

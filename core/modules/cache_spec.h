@@ -27,10 +27,6 @@ struct CacheSpec {
     std::optional<RunCommand> command = std::nullopt;  // removed by the tool instead of by hand
     Classification classification = Classification::safe;
 
-    // Where the folder may lie in this home, the likeliest first. Tools that keep a cache in Library/Caches on
-    // one system keep it in .cache on the other: where this system's caches lie elsewhere, both are looked at.
-    std::vector<std::string> folders(const ScanContext& context) const;
-
     // Measures the first of the folders that holds something. Absent when none does, and when the scan was
     // cancelled.
     std::optional<CleanupItem> item(const ScanContext& context, ModuleID module) const;

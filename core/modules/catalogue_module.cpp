@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/modules/measured_item.h"
+
 namespace brindle {
 
 CatalogueModule::CatalogueModule(ModuleID id, std::vector<CacheSpec> specs,
@@ -10,9 +12,11 @@ CatalogueModule::CatalogueModule(ModuleID id, std::vector<CacheSpec> specs,
 
 bool CatalogueModule::isPresent(const ScanContext& context) const {
     const auto exists = [&](const std::string& folder) { return context.exists(folder); };
-    return std::ranges::any_of(
-               specs_,
-               [&](const CacheSpec& spec) { return std::ranges::any_of(spec.folders(context), exists); }) ||
+    return std::ranges::any_of(specs_,
+                               [&](const CacheSpec& spec) {
+                                   return std::ranges::any_of(foldersInHome(context, spec.relativePath),
+                                                              exists);
+                               }) ||
            std::ranges::any_of(protectedSpecs_, [&](const ProtectedSpec& spec) {
                return exists(context.path(spec.relativePath));
            });

@@ -13,8 +13,9 @@ std::shared_ptr<const ScanModule> catalogue(ModuleID id, std::vector<CacheSpec> 
 
 }  // namespace
 
-const ModuleList& defaultModules() {
-    static const ModuleList kModules = {
+ModuleList defaultModules(const ModuleSettings& settings) {
+    (void)settings;
+    return {
         catalogue(ModuleID::python, pythonSpecs()),
         catalogue(ModuleID::android, androidSafeSpecs()),
         catalogue(ModuleID::ide, editorSpecs()),
@@ -24,7 +25,6 @@ const ModuleList& defaultModules() {
         catalogue(ModuleID::tools, developerToolsSpecs()),
         catalogue(ModuleID::ai, aiToolsSpecs(), aiToolsProtectedSpecs()),
     };
-    return kModules;
 }
 
 }  // namespace brindle

@@ -2,10 +2,16 @@
 #pragma once
 
 #include "core/scan/scan_module.h"
+#include "core/tools/toolbox.h"
 
 namespace brindle {
 
-// Built once, on first use, and shared; safe from any thread.
-const ModuleList& defaultModules();
+// What the modules are told of the machine; a default one knows no tool.
+struct ModuleSettings {
+    Toolbox tools;
+};
+
+// Builds the list: tools are located now, once, and none is run.
+ModuleList defaultModules(const ModuleSettings& settings);
 
 }  // namespace brindle

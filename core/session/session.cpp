@@ -37,11 +37,23 @@ std::set<ModuleID> modulesLeftOut(const Preferences& preferences, const ScanOpti
     return others;
 }
 
+// A tool that is asked about a named home must speak of that home's data, not of this user's.
+SessionHome prepared(SessionHome home) {
+    while (home.path.size() > 1 && home.path.ends_with('/')) home.path.pop_back();
+    if (home.isCurrentUser) return home;
+    std::erase_if(home.environment, [](const std::string& entry) {
+        return entry.starts_with("HOME=") || entry.starts_with("XDG_");
+    });
+    home.environment.push_back("HOME=" + home.path);
+    return home;
+}
+
 }  // namespace
 
-Session::Session(SessionHome home) : home_(std::move(home)), defaults_(defaultsFor(home_)) {
-    while (home_.path.size() > 1 && home_.path.ends_with('/')) home_.path.pop_back();
-}
+Session::Session(SessionHome home)
+    : home_(prepared(std::move(home))),
+      defaults_(defaultsFor(home_)),
+      modules_(defaultModules({.tools = Toolbox::of(processRunner())})) {}
 
 Preferences Session::preferences() const {
     return Preferences(defaults_);
@@ -53,10 +65,6 @@ FullDiskAccess Session::fullDiskAccess() const {
 
 ProcessRunner Session::processRunner() const {
     return {home_.path, home_.environment};
-}
-
-const ModuleList& Session::modules() const {
-    return defaultModules();
 }
 
 std::vector<ModuleID> Session::modulesToRun(const ScanOptions& options) const {

@@ -17,8 +17,9 @@ namespace brindle {
 
 // Whose storage is looked at. `core` reads no environment: the face hands it over.
 struct SessionHome {
-    std::string path;           // absolute, links resolved, no trailing "/"
-    bool isCurrentUser = true;  // false: named with --home; its own preferences, whatever the environment
+    std::string path;  // absolute, links resolved, no trailing "/"
+    // false: named with --home; its own preferences, whatever the environment, and tools take it for their home
+    bool isCurrentUser = true;
     std::vector<std::string> environment;  // "NAME=value"
 };
 
@@ -41,7 +42,7 @@ class Session {
     Preferences preferences() const;
     FullDiskAccess fullDiskAccess() const;
     ProcessRunner processRunner() const;
-    const ModuleList& modules() const;
+    const ModuleList& modules() const { return modules_; }
 
     // The modules that a scan with these options would run, for progress.
     std::vector<ModuleID> modulesToRun(const ScanOptions& options) const;
@@ -54,6 +55,7 @@ class Session {
   private:
     SessionHome home_;
     std::shared_ptr<UserDefaults> defaults_;
+    ModuleList modules_;
 };
 
 }  // namespace brindle

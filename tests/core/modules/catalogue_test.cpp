@@ -21,10 +21,19 @@ ScanContext contextOf(const test::TestHome& home) {
     return context;
 }
 
-const CatalogueModule& catalogueOf(ModuleID id) {
-    for (const auto& module : defaultModules()) {
+std::vector<const CatalogueModule*> catalogues() {
+    static const ModuleList kModules = defaultModules({});
+    std::vector<const CatalogueModule*> found;
+    for (const auto& module : kModules) {
         const auto* catalogue = dynamic_cast<const CatalogueModule*>(module.get());
-        if (catalogue != nullptr && catalogue->id() == id) return *catalogue;
+        if (catalogue != nullptr) found.push_back(catalogue);
+    }
+    return found;
+}
+
+const CatalogueModule& catalogueOf(ModuleID id) {
+    for (const CatalogueModule* catalogue : catalogues()) {
+        if (catalogue->id() == id) return *catalogue;
     }
     throw std::logic_error("no such module");
 }
@@ -32,16 +41,15 @@ const CatalogueModule& catalogueOf(ModuleID id) {
 TEST(Catalogue, FindsEveryFolderWithItsSizeAndItsWayOut) {
     test::TestHome home;
     std::set<std::string> expected;
-    for (const auto& module : defaultModules()) {
-        const auto& catalogue = dynamic_cast<const CatalogueModule&>(*module);
-        for (const CacheSpec& spec : catalogue.specs()) home.file(spec.relativePath + "/sub/data", 30'000);
-        for (const ProtectedSpec& spec : catalogue.protectedSpecs())
+    for (const CatalogueModule* catalogue : catalogues()) {
+        for (const CacheSpec& spec : catalogue->specs()) home.file(spec.relativePath + "/sub/data", 30'000);
+        for (const ProtectedSpec& spec : catalogue->protectedSpecs())
             home.file(spec.relativePath + "/data", 30'000);
     }
     const ScanContext context = contextOf(home);
     std::set<std::string> ids;
-    for (const auto& module : defaultModules()) {
-        const ModuleResult result = module->scan(context);
+    for (const CatalogueModule* catalogue : catalogues()) {
+        const ModuleResult result = catalogue->scan(context);
         EXPECT_TRUE(result.isToolchainInstalled);
         for (const CleanupItem& item : result.items) {
             EXPECT_TRUE(ids.insert(item.id).second) << item.id;
@@ -99,15 +107,14 @@ TEST(Catalogue, FindsCachesWhereThisSystemKeepsThem) {
 TEST(Catalogue, HasEveryTextInTheEnglishStrings) {
     const ResourceBundle english(test::resourcesFolder(), "core", {"en"});
     std::vector<std::string> texts = {"Last modified", "Files", "Nothing is removed by Brindle."};
-    for (const auto& module : defaultModules()) {
-        const auto& catalogue = dynamic_cast<const CatalogueModule&>(*module);
-        texts.emplace_back(sourceName(module->id()));
-        for (const CacheSpec& spec : catalogue.specs()) {
+    for (const CatalogueModule* catalogue : catalogues()) {
+        texts.emplace_back(sourceName(catalogue->id()));
+        for (const CacheSpec& spec : catalogue->specs()) {
             texts.insert(texts.end(), {spec.title, spec.whatItIs, spec.whatHappensNext, spec.whySuggested});
             if (spec.regeneratedBy.kind != Regeneration::Kind::command)
                 texts.push_back(spec.regeneratedBy.storedText);
         }
-        for (const ProtectedSpec& spec : catalogue.protectedSpecs())
+        for (const ProtectedSpec& spec : catalogue->protectedSpecs())
             texts.insert(texts.end(), {spec.title, spec.reason});
     }
     for (const std::string& text : texts) EXPECT_EQ(english.text(text, ""), text);
