@@ -1,6 +1,7 @@
 #include "core/modules/default_modules.h"
 
 #include "core/modules/catalogue.h"
+#include "core/modules/python_runtimes_module.h"
 
 namespace brindle {
 
@@ -21,6 +22,7 @@ ModuleList defaultModules(const ModuleSettings& settings) {
         catalogue(ModuleID::ide, editorSpecs()),
         catalogue(ModuleID::rust, rustSpecs()),
         catalogue(ModuleID::go, goSpecs()),
+        std::make_shared<PythonRuntimesModule>(),
         catalogue(ModuleID::system, systemNoiseSpecs()),
         catalogue(ModuleID::tools, developerToolsSpecs()),
         catalogue(ModuleID::ai, aiToolsSpecs(), aiToolsProtectedSpecs()),

@@ -1,0 +1,123 @@
+#include "core/modules/python_runtimes_module.h"
+
+#include <gtest/gtest.h>
+
+#include "core/modules/python_config.h"
+#include "tests/support/disk_usage.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::TestHome;
+
+ScanContext contextOf(const TestHome& home) {
+    ScanContext context;
+    context.home = home.path();
+    context.now = std::chrono::system_clock::now();
+    return context;
+}
+
+void interpreter(TestHome& home, const std::string& name) {
+    home.file(".pyenv/versions/" + name + "/bin/python", 40'000);
+}
+
+void environment(TestHome& home, const std::string& relative, const std::string& version) {
+    const std::string bin = home.path(".pyenv/versions/" + version + "/bin");
+    home.text(relative + "/pyvenv.cfg", "home = " + bin + "\nversion = " + version + "\n");
+    home.link(relative + "/bin/python", bin + "/python");
+    home.file(relative + "/lib/package", 20'000);
+}
+
+std::string factOf(const CleanupItem& item, std::string_view label) {
+    for (const Fact& fact : item.explanation.facts) {
+        if (fact.storedLabel == label) return fact.storedValue;
+    }
+    return "";
+}
+
+TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
+    TestHome home;
+    for (const char* name : {"2.7.18", "3.8.1", "3.9.7", "3.10.4", "3.11.4", "3.12.0", "3.13.1", "pypy3.9"})
+        interpreter(home, name);
+    home.text(".pyenv/version", "3.9.7  pypy3.9 # both\n");
+    home.text("work/.python-version", "python-3.10\n");
+    home.text("work/.project-of-none", "");
+    home.text("work/tool/setup.py", "");
+    environment(home, "work/tool/.venv", "3.11.4");
+    environment(home, ".local/pipx/venvs/black", "3.12.0");
+    home.link(".pyenv/versions/latest", home.path(".pyenv/versions/3.13.1"));
+    home.text("work/tool/.python-version", "latest\nsystem\n");
+    environment(home, ".pyenv/versions/3.8.1/envs/old", "3.8.1");
+    ScanContext context = contextOf(home);
+    context.activeProjectPaths = {home.path("work/tool")};
+
+    const std::map<std::string, std::string> users = {
+        {"2.7.18", ""},
+        {"3.8.1", "~/.pyenv/versions/3.8.1/envs/old"},
+        {"3.9.7", "~/.pyenv/version"},
+        {"3.10.4", "~/work/.python-version"},
+        {"3.11.4", "~/work/tool/.venv"},
+        {"3.12.0", "~/.local/pipx/venvs/black"},
+        {"3.13.1", "~/work/tool/.python-version"},
+        {"pypy3.9", "~/.pyenv/version"},
+    };
+    const ModuleResult result = PythonRuntimesModule().scan(context);
+    ASSERT_EQ(result.items.size(), users.size());  // the alias is none
+    for (const CleanupItem& item : result.items) {
+        const std::string name = item.id.substr(std::string("python.runtime.").size());
+        ASSERT_TRUE(users.contains(name)) << item.id;
+        EXPECT_EQ(factOf(item, "Used by"), users.at(name)) << name;
+        EXPECT_EQ(item.classification == Classification::review, users.at(name).empty()) << name;
+        EXPECT_EQ(item.bytes(), test::diskUsage(home.path(".pyenv/versions/" + name)));
+    }
+
+    home.folder("work/tool/.venv2/pyvenv.cfg");  // there, and no file that can be read
+    for (const CleanupItem& item : PythonRuntimesModule().scan(context).items)
+        EXPECT_EQ(item.classification, Classification::protected_) << item.id;
+}
+
+TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {
+    TestHome home;
+    interpreter(home, "3.12.0");
+    home.folder("work/alive");
+    for (const char* name : {"alive", "moved", "lonely", "broken", "checkout"})
+        environment(home, std::string(".virtualenvs/") + name,
+                    name == std::string("broken") ? "3.6" : "3.12.0");
+    home.text(".virtualenvs/alive/.project", home.path("work/alive") + "\n");
+    home.text(".virtualenvs/moved/.project", home.path("work/moved/") + "\n");
+    home.file(".virtualenvs/checkout/src/library/.git/HEAD");
+    home.file(".virtualenvs/postactivate");
+    home.file(".virtualenvs/wheels/a.whl");  // a folder that is no environment
+    std::map<std::string, CleanupItem> found;
+    for (const CleanupItem& item : PythonRuntimesModule().scan(contextOf(home)).items)
+        found.emplace(item.id, item);
+    ASSERT_EQ(found.size(), 6U);
+    const auto why = [&](const std::string& name) {
+        return found.at("python.environment." + name).explanation.storedWhySuggested.value_or("");
+    };
+    EXPECT_TRUE(why("alive").starts_with("Its project is still there."));
+    EXPECT_EQ(factOf(found.at("python.environment.alive"), "Project"), "~/work/alive");
+    EXPECT_TRUE(why("moved").starts_with("The project it was made for is no longer there"));
+    EXPECT_TRUE(why("lonely").starts_with("Nothing says which project"));
+    EXPECT_TRUE(why("broken").starts_with("Its interpreter is gone"));
+    EXPECT_EQ(found.at("python.environment.checkout").classification, Classification::protected_);
+    EXPECT_EQ(found.at("python.runtime.3.12.0").classification, Classification::protected_);
+    EXPECT_EQ(found.at("python.environment.lonely").removal.affectedPaths(),
+              std::vector{home.path(".virtualenvs/lonely")});
+}
+
+TEST(PythonConfig, ReadsEveryFormThatToolsWrite) {
+    using Names = std::vector<std::string>;
+    EXPECT_EQ(parsePythonVersions("3.11.4\r\n# old\n\n 2.7.18\tpython-3.9 # x\nsystem"),
+              (Names{"3.11.4", "2.7.18", "3.9"}));
+    EXPECT_EQ(parsePythonVersions(""), Names());
+    EXPECT_EQ(parsePyvenvConfig("HOME=/a/bin\nversion_info = 3.12.1.final.0\nuv = 0.4\nexecutable = "
+                                "/b/python3\nbase-prefix = no"),
+              (PyvenvConfig{{"/a/bin", "/b/python3"}, "3.12.1.final.0"}));
+    EXPECT_TRUE(namesPythonVersion("3.1", "3.1.5"));
+    EXPECT_FALSE(namesPythonVersion("3.1", "3.11.5"));
+}
+
+}  // namespace
+}  // namespace brindle
