@@ -18,8 +18,9 @@ namespace brindle {
 
 namespace {
 
-constexpr std::array<std::string_view, 13> kTools = {"brew", "docker", "npm",   "pnpm", "yarn",  "bun", "uv",
-                                                     "go",   "pod",    "xcrun", "git",  "cargo", "pip3"};
+constexpr std::array<std::string_view, 15> kTools = {"brew",  "docker",       "node", "npm",   "pnpm",
+                                                     "yarn",  "bun",          "uv",   "go",    "pod",
+                                                     "xcrun", "xcode-select", "git",  "cargo", "pip3"};
 
 struct Tool {
     std::string_view name;

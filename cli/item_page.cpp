@@ -1,6 +1,8 @@
 #include "cli/item_page.h"
 
 #include <algorithm>
+#include <sstream>
+#include <utility>
 #include <vector>
 
 #include "cli/display_width.h"
@@ -21,7 +23,10 @@ struct Row {
 using Rows = std::vector<Row>;
 
 void addText(Rows& rows, const std::string& label, const std::string& text) {
-    if (!text.empty()) rows.push_back({label, {printable(text)}});
+    Row row{label, {}};
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) row.paragraphs.push_back(printable(line));
+    if (!row.paragraphs.empty()) rows.push_back(std::move(row));
 }
 
 std::string returnText(const Regeneration& regeneration) {
@@ -126,9 +131,9 @@ std::string headingText(const CleanupItem& item, const Look& look) {
 
 std::string rowText(const Row& row, unsigned labels, const Look& look) {
     const unsigned indent = look.isNarrow() ? 4 : 2 + labels + 2;
-    std::string label = look.palette.heading(padRight(row.label, look.isNarrow() ? 0 : labels));
-    std::string text = "  " + label + (look.isNarrow() ? "\n" : "  ");
-    bool isFirst = !look.isNarrow();
+    bool isFirst = !look.isNarrow() && displayWidth(row.label) <= labels;  // beside its label
+    std::string text =
+        "  " + look.palette.heading(padRight(row.label, isFirst ? labels : 0)) + (isFirst ? "  " : "\n");
     for (const std::string& paragraph : row.paragraphs) {
         for (const std::string& line : wrap(paragraph, look.width - indent)) {
             text += (isFirst ? "" : std::string(indent, ' ')) + line + "\n";

@@ -11,6 +11,8 @@ namespace brindle {
 
 namespace {
 
+constexpr unsigned kLeastPath = 16;  // columns
+
 // Right text at the right edge, left text shortened to leave it room.
 std::string spread(std::string_view left, std::string_view right, unsigned columns, const Look& look) {
     const unsigned taken = right.empty() ? 0 : displayWidth(right) + 2;
@@ -95,9 +97,17 @@ std::string ItemTable::wideLines(const CleanupItem& item) const {
     std::string text = "  " + padLeft(shortSize(item), sizeColumns_) + "  " +
                        look_.palette.judged(item.classification, word) + "  ";
     text += spread(printable(item.title()), age, columns, look_) + "\n";
-    const unsigned room = columns > displayWidth(item.id) + 2 ? columns - displayWidth(item.id) - 2 : columns;
-    const std::string path = shortenMiddle(printable(item.detail()), room, look_.glyphs.ellipsis());
-    text += std::string(indent, ' ') + spread(path, printable(item.id), columns, look_) + "\n";
+    const std::string path = printable(item.detail());
+    const std::string id = printable(item.id);
+    const std::string start(indent, ' ');
+    // A long identifier has a line of its own: whoever wants to explain the item needs the whole of it.
+    const bool fitsBeside = displayWidth(id) + 2 + kLeastPath <= columns;
+    const unsigned room = fitsBeside ? columns - displayWidth(id) - 2 : columns;
+    const std::string shown = shortenMiddle(path, room, look_.glyphs.ellipsis());
+    text +=
+        start +
+        (fitsBeside ? spread(shown, id, columns, look_) : shown + "\n" + start + look_.palette.quiet(id)) +
+        "\n";
     return text + quietNotes(item, indent, columns);
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/display_width.h"
+#include "core/platform/path_text.h"
 #include "core/text/byte_format.h"
 #include "core/text/core_strings.h"
 #include "core/text/printable.h"
@@ -61,9 +62,7 @@ std::string groupText(const Group& group, const std::string& home, const Look& l
 }  // namespace
 
 std::string shownPath(const std::string& path, const std::string& home) {
-    if (path == home) return "~";
-    if (path.starts_with(home + "/")) return printable("~" + path.substr(home.size()));
-    return printable(path);
+    return printable(abbreviatedPath(path, home));
 }
 
 std::string unreachableText(const std::vector<UnreachableLocation>& locations, const std::string& home,

@@ -267,10 +267,12 @@ void TreeWalk::examine(EntryBlock& block, Listing& listing, FolderNames& names) 
 
 void TreeWalk::countFile(const FileStatus& status, DirectoryMeasurement& tally) {
     const std::uint64_t bytes = bytesOfBlocks(status.blocks);
-    if (status.linkCount >= 2 && options_.hardlinks &&
-        !options_.hardlinks->claim(status.device, status.inode)) {
-        tally.deduplicatedBytes = addBytes(tally.deduplicatedBytes, bytes);
-        return;
+    if (status.linkCount >= 2) {
+        if (options_.hardlinks && !options_.hardlinks->claim(status.device, status.inode)) {
+            tally.deduplicatedBytes = addBytes(tally.deduplicatedBytes, bytes);
+            return;
+        }
+        tally.hardLinkedBytes = addBytes(tally.hardLinkedBytes, bytes);
     }
     tally.fileCount += 1;
     tally.allocatedBytes = addBytes(tally.allocatedBytes, bytes);

@@ -27,6 +27,7 @@ DirectoryMeasurement& DirectoryMeasurement::operator+=(const DirectoryMeasuremen
     allocatedBytes = addBytes(allocatedBytes, other.allocatedBytes);
     logicalBytes = addApparentBytes(logicalBytes, other.logicalBytes);
     deduplicatedBytes = addBytes(deduplicatedBytes, other.deduplicatedBytes);
+    hardLinkedBytes = addBytes(hardLinkedBytes, other.hardLinkedBytes);
     fileCount += other.fileCount;
     directoryCount += other.directoryCount;
     if (other.newestModified) foldModified(*other.newestModified);

@@ -113,6 +113,7 @@ Json toJson(const DirectoryMeasurement& measurement) {
         {"unreadablePaths", texts(measurement.unreadablePaths)},
         {"otherVolumePaths", texts(measurement.otherVolumePaths)},
         {"deduplicatedBytes", measurement.deduplicatedBytes},
+        {"hardLinkedBytes", measurement.hardLinkedBytes},
         {"isComplete", measurement.isComplete()},
         {"isSparse", measurement.isSparse()},
     };
@@ -128,7 +129,7 @@ Json toJson(const RemovalStrategy& removal) {
 
 Json toJson(const CleanupItem& item) {
     return Json{
-        {"id", item.id},
+        {"id", jsonText(item.id)},
         {"moduleID", rawText(item.moduleID)},
         {"title", jsonText(item.storedTitle)},
         {"detail", jsonText(item.storedDetail)},

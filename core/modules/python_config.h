@@ -23,8 +23,8 @@ PyvenvConfig parsePyvenvConfig(std::string_view text);
 // a leading "python-" is dropped. "system" is no version of pyenv's and is left out.
 std::vector<std::string> parsePythonVersions(std::string_view text);
 
-// Whether pyenv could mean the installed `version` by `name`: the same, or "3.11" for "3.11.4". Pyenv takes the newest
-// of several; whoever must not be wrong takes all.
+// Whether pyenv could mean the installed `version` by `name`: the same, "3.11" for "3.11.4", "pypy3.9" for
+// "pypy3.9-7.3.12", "3.13t" for "3.13.1t". Pyenv takes the newest of several; whoever must not be wrong takes all.
 bool namesPythonVersion(std::string_view name, std::string_view version);
 
 }  // namespace brindle

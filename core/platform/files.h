@@ -88,4 +88,8 @@ class FileLock {
     int descriptor_ = -1;
 };
 
+// Whether some process holds a lock of FileLock's kind on a regular file, exclusive or shared. The file is neither made
+// nor changed; an open lock is held for the moment of asking. A link is not followed (Kind::other, ELOOP).
+std::expected<bool, Error> isFileLocked(const std::string& path);
+
 }  // namespace brindle

@@ -27,6 +27,11 @@ struct VolumeCapacity {
 // no capacity to tell (/proc, some network file systems): never a zero.
 std::expected<VolumeCapacity, Error> volumeCapacity(const std::string& path);
 
+// Whether files on the volume that holds `path` (links followed) can be cloned: two files that share their blocks
+// without being links of each other, so that a link count is no evidence of who uses a file. What cannot be told, and
+// a kind of volume that nobody has looked into, counts as yes.
+bool canCloneFiles(const std::string& path);
+
 // The mount point that holds `path` according to the text of Linux's /proc/self/mountinfo: the longest one
 // that is the path or one of its parents. `path` is absolute, its links resolved. Absent when no line fits.
 std::optional<std::string> mountPointHolding(std::string_view path, std::string_view mountinfo);

@@ -4,6 +4,7 @@
 
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
+#include "core/platform/path_text.h"
 #include "core/text/core_strings.h"
 
 namespace brindle {
@@ -101,9 +102,7 @@ std::string ScanContext::relativeAge(std::optional<sys_seconds> date) const {
 }
 
 std::string ScanContext::displayPath(const std::string& path) const {
-    if (path == home) return "~";
-    const std::string below = joined(home, "");
-    return path.starts_with(below) ? joined("~", path.substr(below.size())) : path;
+    return abbreviatedPath(path, home);
 }
 
 }  // namespace brindle

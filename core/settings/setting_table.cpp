@@ -12,6 +12,7 @@
 #include "core/settings/preferences.h"
 #include "core/settings/setting_keys.h"
 #include "core/settings/setting_text.h"
+#include "core/text/ascii.h"
 #include "core/text/printable.h"
 
 namespace brindle {

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <system_error>
 
+#include "core/text/ascii.h"
+
 namespace brindle {
 
 namespace {
@@ -51,10 +53,6 @@ std::optional<std::uint64_t> fractionOf(std::uint64_t unit, std::string_view dig
     return bytes;
 }
 
-bool isBlank(char letter) {
-    return letter == ' ' || letter == '\t';
-}
-
 void appendEntries(std::string_view text, std::vector<std::string>& entries) {
     std::string entry;
     for (std::size_t index = 0; index < text.size(); ++index) {
@@ -71,20 +69,6 @@ void appendEntries(std::string_view text, std::vector<std::string>& entries) {
 }
 
 }  // namespace
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-    return text;
-}
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& letter : lower) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    }
-    return lower;
-}
 
 std::optional<bool> flagFromText(std::string_view text) {
     constexpr std::array<std::string_view, 3> kYes = {"true", "on", "yes"};

@@ -26,10 +26,4 @@ std::vector<std::string> listFromTexts(std::span<const std::string> texts);
 // The inverse, as one text.
 std::string listText(std::span<const std::string> entries);
 
-// Without blanks and tabs at both ends.
-std::string_view trimmed(std::string_view text);
-
-// ASCII letters only.
-std::string lowerCase(std::string_view text);
-
 }  // namespace brindle

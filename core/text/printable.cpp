@@ -1,29 +1,15 @@
 #include "core/text/printable.h"
 
 #include <fmt/format.h>
-#include <unicode/utf8.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <iterator>
+
+#include "core/text/utf8.h"
 
 namespace brindle {
 
 namespace {
-
-struct Character {
-    std::int32_t code;  // negative: the bytes are no character
-    std::string_view bytes;
-};
-
-// ICU's macro knows the overlong forms, the surrogates and where a broken sequence ends.
-Character firstOf(std::string_view text) {
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    std::size_t next = 0;
-    std::int32_t code = 0;
-    U8_NEXT(bytes, next, text.size(), code);
-    return {code, text.substr(0, next)};
-}
 
 bool isControl(std::int32_t code) {
     return code < 0x20 || (code >= 0x7F && code <= 0x9F);
@@ -49,7 +35,7 @@ std::string printable(std::string_view bytes) {
     std::string shown;
     shown.reserve(bytes.size());
     for (std::string_view rest = bytes; !rest.empty();) {
-        const Character character = firstOf(rest);
+        const Utf8Character character = firstCharacter(rest);
         rest.remove_prefix(character.bytes.size());
         if (isShownAsItIs(character.code)) {
             shown += character.bytes;
@@ -64,7 +50,7 @@ std::string printable(std::string_view bytes) {
 
 bool isValidUtf8(std::string_view bytes) {
     while (!bytes.empty()) {
-        const Character character = firstOf(bytes);
+        const Utf8Character character = firstCharacter(bytes);
         if (character.code < 0) return false;
         bytes.remove_prefix(character.bytes.size());
     }

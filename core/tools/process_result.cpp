@@ -3,20 +3,10 @@
 #include <string_view>
 #include <utility>
 
+#include "core/text/ascii.h"
 #include "core/text/core_strings.h"
 
 namespace brindle {
-
-namespace {
-
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
-    const std::size_t first = text.find_first_not_of(kWhiteSpace);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
-}
-
-}  // namespace
 
 std::string ProcessError::errorDescription() const {
     switch (kind) {

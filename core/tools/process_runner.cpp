@@ -113,19 +113,21 @@ std::map<std::string, std::string> variablesIn(const std::vector<std::string>& e
 
 }  // namespace
 
-ProcessRunner::ProcessRunner(std::string home, const std::vector<std::string>& environment)
-    : environment_(variablesIn(environment)) {
+std::vector<std::string> ProcessRunner::developerPathsFor(std::string home) {
     while (home.ends_with('/')) home.pop_back();
-    developerPaths_ = {"/opt/homebrew/bin",
-                       "/usr/local/bin",
-                       "/usr/bin",
-                       "/bin",
-                       "/usr/sbin",
-                       "/sbin",
-                       home + "/.local/bin",
-                       home + "/.bun/bin",
-                       "/Applications/Docker.app/Contents/Resources/bin"};
+    return {"/opt/homebrew/bin",
+            "/usr/local/bin",
+            "/usr/bin",
+            "/bin",
+            "/usr/sbin",
+            "/sbin",
+            home + "/.local/bin",
+            home + "/.bun/bin",
+            "/Applications/Docker.app/Contents/Resources/bin"};
 }
+
+ProcessRunner::ProcessRunner(std::string home, const std::vector<std::string>& environment)
+    : developerPaths_(developerPathsFor(std::move(home))), environment_(variablesIn(environment)) {}
 
 std::optional<std::string> ProcessRunner::locate(std::string_view name) const {
     if (name.starts_with('/')) {
@@ -178,7 +180,8 @@ std::expected<ProcessResult, ProcessError> ProcessRunner::run(std::string_view e
     ChildProcessOptions start{.executable = std::move(*path),
                               .arguments = arguments,
                               .stdoutPath = files.outputPath,
-                              .stderrPath = files.errorsPath};
+                              .stderrPath = files.errorsPath,
+                              .workingFolder = options.folder};
     for (const auto& [name, value] : environmentFor(options)) start.environment.push_back(name + "=" + value);
 
     auto child = ChildProcess::start(start);

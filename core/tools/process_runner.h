@@ -28,6 +28,8 @@ struct RunOptions {
     // Applied to the environment in this order, after the runner's own variables. PATH is beyond their reach.
     std::vector<std::string> removedVariables = {};  // names; "GIT_*" stands for all that begin with GIT_
     std::map<std::string, std::string> setVariables = {};
+    // Where the tool runs. Some look there for what they are to work on, or try to write there.
+    std::string folder = "/";
 };
 
 // Immutable: one runner may be used from several threads at once.
@@ -41,7 +43,10 @@ class ProcessRunner {
     // an absolute path or takes no folder.
     ProcessRunner(std::string home, const std::vector<std::string>& environment);
 
-    // The trusted folders, in the order in which they are searched.
+    // The trusted folders of a home, in the order in which they are searched.
+    static std::vector<std::string> developerPathsFor(std::string home);
+
+    // Those of this runner's home.
     const std::vector<std::string>& developerPaths() const { return developerPaths_; }
 
     // An absolute path comes back unchanged when an executable file lies there; any other name is looked for
@@ -53,7 +58,7 @@ class ProcessRunner {
     // and the changes of the options.
     std::map<std::string, std::string> environmentFor(const RunOptions& options) const;
 
-    // Runs the tool in the folder "/", with nothing on its standard input, and waits for its end: a result
+    // Runs the tool in the options' folder, with nothing on its standard input, and waits for its end: a result
     // whatever the status (requireSuccess() makes a non-zero one an error), or the reason why there is none.
     // A run that has to be stopped gets SIGTERM, SIGKILL after at most 0.5 s, and takes along what the tool
     // itself started. Helpers that outlive a tool's normal end hold nothing up and live on. Blocks: never

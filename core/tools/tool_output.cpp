@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
+#include "core/text/ascii.h"
+
 // Matched by hand: std::regex recurses once a character, and a tool may print a line of megabytes.
 
 namespace brindle {
 
 namespace {
-
-constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
 
 bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -19,11 +19,6 @@ bool isWordCharacter(char c) {
 
 std::string_view trimmedStart(std::string_view text) {
     return text.substr(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
-}
-
-std::string_view trimmed(std::string_view text) {
-    text = trimmedStart(text);
-    return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
 }
 
 bool startsWithWord(std::string_view text, std::string_view word) {

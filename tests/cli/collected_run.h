@@ -1,5 +1,7 @@
-// Runs the command line in this process, on streams that remember.
+// Runs the command line in this process, on streams that remember, and looks for what it said.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <mutex>
 #include <optional>
@@ -14,10 +16,8 @@ namespace brindle::test {
 class CollectingStreams : public Streams {
   public:
     std::optional<unsigned> terminal;  // columns of both streams
-    std::optional<Error> resultFailure;
 
     std::expected<void, Error> writeResult(std::string_view bytes) override {
-        if (resultFailure) return std::unexpected(*resultFailure);
         result += bytes;
         return {};
     }
@@ -45,7 +45,6 @@ struct RunSettings {
     std::optional<unsigned> terminal = std::nullopt;
     std::vector<std::string> environment = {"LANG=en_US.UTF-8", "TERM=xterm"};
     std::function<bool()> isInterrupted = [] { return false; };
-    std::optional<Error> resultFailure = std::nullopt;
 };
 
 // `arguments` come after "--home HOME".
@@ -53,7 +52,6 @@ inline CollectedRun runIn(const TestHome& home, std::vector<std::string> argumen
                           const RunSettings& settings = {}) {
     CollectingStreams streams;
     streams.terminal = settings.terminal;
-    streams.resultFailure = settings.resultFailure;
     arguments.insert(arguments.begin(), {"--home", home.path()});
     const ExitCode code = runCommandLine({.arguments = std::move(arguments),
                                           .environment = settings.environment,
@@ -63,6 +61,14 @@ inline CollectedRun runIn(const TestHome& home, std::vector<std::string> argumen
                                           .isInterrupted = settings.isInterrupted},
                                          streams);
     return {code, streams.result, streams.messages};
+}
+
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+inline void expectAll(const std::vector<std::string>& parts, const std::string& text) {
+    for (const std::string& part : parts) EXPECT_TRUE(contains(text, part)) << part << " in\n" << text;
 }
 
 }  // namespace brindle::test

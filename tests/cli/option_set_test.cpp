@@ -7,17 +7,17 @@
 #include "cli/help.h"
 #include "cli/man_page.h"
 #include "core/platform/files.h"
-#include "tests/support/test_home.h"
+#include "tests/cli/collected_run.h"
 
 namespace brindle {
 
 namespace {
 
-bool lacks(const std::string& text, const std::string& part) {
-    return text.find(part) == std::string::npos;
-}
+using test::contains;
+using test::expectAll;
 
-std::string withoutBackslashes(std::string text) {
+std::string manualOf(const OptionSet& set) {
+    std::string text = manPage(set);
     std::erase(text, '\\');
     return text;
 }
@@ -36,31 +36,27 @@ std::string unwrapped(const std::string& text) {
 
 TEST(OptionSet, EveryOptionIsInHelpManualAndCompletions) {
     const OptionSet set;
-    const std::string manual = withoutBackslashes(manPage(set));
+    const std::string manual = manualOf(set);
     std::vector<const CLI::App*> apps = set.commands();
     ASSERT_EQ(apps.size(), 8U);
     apps.push_back(&set.program());
     for (const CLI::App* app : apps) {
         const std::string name = app == &set.program() ? "" : app->get_name();
         const std::string help = unwrapped(helpText(set, name, {}));
-        EXPECT_FALSE(lacks(unwrapped(helpText(set, "", {})), " " + name)) << name;
+        expectAll({" " + name}, unwrapped(helpText(set, "", {})));
         for (const CLI::Option* option : OptionSet::optionsOf(*app)) {
             const std::string heading = optionHeading(*option);
-            EXPECT_FALSE(lacks(help, heading + " " + optionMeaning(set, *option))) << heading;
-            EXPECT_FALSE(lacks(manual, heading + "fR\n" + optionMeaning(set, *option))) << heading;
+            expectAll({heading + " " + optionMeaning(set, *option)}, help);
+            expectAll({heading + "fR\n" + optionMeaning(set, *option)}, manual);
             for (const std::string& spelled : OptionSet::names(*option)) {
-                for (const char* shell : {"bash", "zsh"}) {
-                    EXPECT_FALSE(lacks(completionScript(set, shell), spelled)) << shell << " " << spelled;
-                }
+                for (const char* shell : {"bash", "zsh"}) expectAll({spelled}, completionScript(set, shell));
                 const std::string fish = (spelled.starts_with("--") ? " -l " : " -s ") +
                                          spelled.substr(spelled.rfind('-') == 0 ? 1 : 2);
-                if (option != app->get_help_ptr()) {
-                    EXPECT_FALSE(lacks(completionScript(set, "fish"), fish)) << spelled;
-                }
+                if (option != app->get_help_ptr()) expectAll({fish}, completionScript(set, "fish"));
             }
         }
         ASSERT_FALSE(set.examples(*app).empty()) << name;
-        EXPECT_FALSE(lacks(help, set.examples(*app).front().line)) << name;
+        expectAll({set.examples(*app).front().line}, help);
     }
 }
 
@@ -68,16 +64,15 @@ TEST(OptionSet, IsDocumentedWithEveryExitCode) {
     const auto document = readFile(test::resourcesFolder() + "/../docs/cli.md");
     ASSERT_TRUE(document);
     const OptionSet set;
-    const std::string manual = withoutBackslashes(manPage(set));
     for (const ExitCodeMeaning& each : kExitCodes) {
-        const std::string row = "| " + std::to_string(number(each.code)) + " | " + std::string(each.meaning);
-        EXPECT_FALSE(lacks(*document, row)) << row;
-        EXPECT_FALSE(lacks(manual, std::string(each.meaning)));
+        const std::string meaning(each.meaning);
+        expectAll({"| " + std::to_string(number(each.code)) + " | " + meaning}, *document);
+        expectAll({meaning}, manualOf(set));
     }
     for (const CLI::App* command : set.commands()) {
-        EXPECT_FALSE(lacks(*document, "brindle " + command->get_name())) << command->get_name();
+        expectAll({"brindle " + command->get_name()}, *document);
         for (const CLI::Option* option : OptionSet::optionsOf(*command)) {
-            EXPECT_FALSE(lacks(*document, OptionSet::names(*option).back())) << optionHeading(*option);
+            expectAll({OptionSet::names(*option).back()}, *document);
         }
     }
 }
@@ -91,8 +86,7 @@ TEST(OptionSet, UnderstandsGlobalOptionsBeforeAndAfterTheCommand) {
         OptionSet set;
         const auto options = set.parse(arguments);
         ASSERT_TRUE(options) << options.error().sentence;
-        EXPECT_EQ(options->command, Command::scan);
-        EXPECT_TRUE(options->isJson);
+        EXPECT_TRUE(options->command == Command::scan && options->isJson);
         EXPECT_EQ(options->home, "/a");
         EXPECT_EQ(options->language, "de");
         EXPECT_EQ(options->only, ModuleID::go);
@@ -108,11 +102,8 @@ TEST(OptionSet, HandsSettingValuesOnUnchanged) {
 }
 
 TEST(OptionSet, SaysWhatItDidNotUnderstand) {
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string sentence;
-    };
-    const std::vector<Case> cases = {
+    using Case = std::pair<std::vector<std::string>, std::string>;
+    const Case cases[] = {
         {{"scna"}, "there is no command scna; did you mean scan?"},
         {{"sc"}, "there is no command sc"},  // nothing is abbreviated
         {{"scan", "--jsno"}, "there is no option --jsno; did you mean --json?"},
@@ -130,24 +121,21 @@ TEST(OptionSet, SaysWhatItDidNotUnderstand) {
         {{"completion", "tcsh"}, "tcsh is none of bash, zsh, fish"},
         {{"--json"}, "--json needs a command"},
     };
-    for (const Case& each : cases) {
+    for (const auto& [arguments, sentence] : cases) {
         OptionSet set;
-        const auto options = set.parse(each.arguments);
-        ASSERT_FALSE(options) << each.sentence;
-        EXPECT_FALSE(lacks(options.error().sentence, each.sentence)) << options.error().sentence;
+        const auto options = set.parse(arguments);
+        ASSERT_FALSE(options) << sentence;
+        expectAll({sentence}, options.error().sentence);
     }
 }
 
 TEST(OptionSet, ShowsTheSameHelpForTheOptionAndTheCommand) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"help", "scan"},
-                                                      {"scan", "-h"},
-                                                      {"scan", "--safe", "--help"},
-                                                      {"--help", "scan"}}) {
-        OptionSet set;
-        const auto options = set.parse(arguments);
+    using Arguments = std::vector<std::string>;
+    for (const Arguments& arguments : {Arguments{"help", "scan"}, Arguments{"scan", "-h"},
+                                       Arguments{"scan", "--safe", "--help"}, Arguments{"--help", "scan"}}) {
+        const auto options = OptionSet().parse(arguments);
         ASSERT_TRUE(options);
-        EXPECT_EQ(options->command, Command::help);
-        EXPECT_EQ(options->helpTopic, "scan");
+        EXPECT_TRUE(options->command == Command::help && options->helpTopic == "scan");
     }
 }
 

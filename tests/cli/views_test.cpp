@@ -6,32 +6,27 @@
 #include "cli/report_view.h"
 #include "cli/unreachable_view.h"
 #include "core/text/core_strings.h"
-#include "tests/support/test_home.h"
+#include "tests/cli/collected_run.h"
 
 namespace brindle {
 
 namespace {
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
+using test::contains;
+using test::expectAll;
 
 CleanupItem itemWith(DirectoryMeasurement measurement,
                      Classification classification = Classification::review) {
-    return CleanupItem(
-        {.id = "node.store",
-         .title = "Store \x1b[2J",
-         .detail = "~/store",
-         .measurement = std::move(measurement),
-         .classification = classification,
-         .explanation = {.storedWhatItIs = "A store.",
-                         .storedWhatHappensNext = "Nothing.",
-                         .storedWhySuggested = {},
-                         .regeneratedBy = Regeneration{Regeneration::Kind::automatic, "On the next run"},
-                         .facts = {{"Version", "9"}}},
-         .removal = {DeletePaths{{"/home/u/store", "/else/\xff"}}},
-         .projectPath = "/home/u/app",
-         .clears = "the index"});
+    const Regeneration regeneration{Regeneration::Kind::automatic, "On the next run"};
+    CleanupItemFields fields;
+    fields.title = "Store \x1b[2J";
+    fields.measurement = std::move(measurement);
+    fields.classification = classification;
+    fields.explanation = {"A store.", "Nothing.", {}, regeneration, {{"Version", "9"}}};
+    fields.removal = {DeletePaths{{"/home/u/store", "/else/\xff"}}};
+    fields.projectPath = "/home/u/app";
+    fields.clears = "the index";
+    return CleanupItem(std::move(fields));
 }
 
 Look lookOf(unsigned columns) {
@@ -53,17 +48,12 @@ TEST(ItemView, NeverShowsASizeForMoreThanItIs) {
     partial.deduplicatedBytes = 5'000'000;
     const CleanupItem item = itemWith(partial);
     const std::string wide = ItemTable(lookOf(80), noAge).lines(item);
-    EXPECT_TRUE(contains(wide, "at least 2.0 MB"));
-    EXPECT_TRUE(contains(wide, "also clears: the index"));
+    expectAll({"at least 2.0 MB", "also clears: the index"}, wide);
     EXPECT_FALSE(contains(wide, "\x1b"));
-    EXPECT_TRUE(contains(ItemTable(lookOf(40), noAge).lines(item), ">= 2.0 MB"));
-
-    const std::string page = itemPage(item, "/home/u", lookOf(200));
-    for (const char* said :
-         {"at least 2.0 MB on disk", "5.0 MB more are shared", "treat it as a floor", "~/store/x",
-          "moved to the Trash:", "/else/\\xFF", "by itself: On the next run", "~/app", "Version"}) {
-        EXPECT_TRUE(contains(page, said)) << said << "\n" << page;
-    }
+    expectAll({">= 2.0 MB"}, ItemTable(lookOf(40), noAge).lines(item));
+    expectAll({"at least 2.0 MB on disk", "5.0 MB more are shared", "treat it as a floor", "~/store/x",
+               "moved to the Trash:", "/else/\\xFF", "by itself: On the next run", "~/app", "Version"},
+              itemPage(item, "/home/u", lookOf(200)));
     const CleanupItem kept = itemWith({}, Classification::protected_);
     EXPECT_FALSE(contains(itemPage(kept, "/home/u", {}), "moved to the Trash"));
 }
@@ -77,15 +67,29 @@ TEST(ItemView, SaysWhenTheToolGaveTheNumber) {
     EXPECT_FALSE(contains(itemPage(item, "/home/u", {}), "sizes of its files"));
 }
 
+TEST(ItemView, ShowsLongIdentifiersAndFactsOfSeveralLinesWhole) {
+    CleanupItem item = itemWith({});
+    item.storedDetail = "~/store";
+    item.id = "android.systemImage.android-34/google_apis/arm64-v8a";
+    item.explanation.facts = {{"Folders", "~/a\n~/b"},
+                              {"Still installed from the same vendor", "org.example"}};
+    const std::string wide = ItemTable(lookOf(80), noAge).lines(item);
+    EXPECT_TRUE(contains(wide, " ~/store\n")) << wide;
+    EXPECT_TRUE(contains(wide, " " + item.id + "\n")) << wide;
+    const std::string page = itemPage(item, "/home/u", lookOf(80));
+    const std::string below(24, ' ');
+    EXPECT_TRUE(contains(page, "~/a\n" + below + "~/b\n")) << page;
+    EXPECT_TRUE(contains(page, "  Still installed from the same vendor\n" + below + "org.example\n")) << page;
+}
+
 TEST(UnreachableView, GroupsByReasonAndRemedyAndCutsLongLists) {
     using Reason = UnreachableLocation::Reason;
-    std::vector<UnreachableLocation> locations;
-    locations.push_back({"/mnt/other", Reason::differentVolume, "Left alone."});
-    for (int index = 0; index < 10; ++index) {
-        locations.push_back({"/home/u/" + std::to_string(index), Reason::permissionDenied, "Ask."});
+    std::vector<UnreachableLocation> locations = {{"/mnt/other", Reason::differentVolume, "Left alone."},
+                                                  {"docker", Reason::toolchainNotRunning, "Start it."},
+                                                  {"/home/u/0", Reason::permissionDenied, "Ask."}};
+    for (const char name : std::string_view("0123456789")) {
+        locations.push_back({std::string("/home/u/") + name, Reason::permissionDenied, "Ask."});
     }
-    locations.push_back({"/home/u/0", Reason::permissionDenied, "Ask."});
-    locations.push_back({"docker", Reason::toolchainNotRunning, "Start it."});
     EXPECT_EQ(unreachableText(locations, "/home/u", {}),
               "Not measured\n  could not read\n    ~/0\n    ~/1\n    ~/2\n    ~/3\n    ~/4\n    ~/5\n    "
               "~/6\n    ~/7\n"
@@ -99,16 +103,13 @@ TEST(ItemLookup, KnowsWhatWasNotLookedAt) {
     const std::vector<UnreachableLocation> locations = {{"docker", Reason::toolchainNotRunning, ""},
                                                         {"/h/a/b", Reason::permissionDenied, ""},
                                                         {"/h/a", Reason::searchDepth, ""}};
-    struct Case {
-        std::string path;
-        std::string place;
-        bool isInside;
-    };
-    for (const Case& each : {Case{"/h/a/b/c", "/h/a/b", false}, Case{"/h/a/x", "/h/a", false},
-                             Case{"/h", "/h/a/b", true}, Case{"/h/ab", "", false}}) {
-        const auto obstacle = obstacleFor(each.path, locations);
-        EXPECT_EQ(obstacle ? obstacle->location.path : "", each.place);
-        EXPECT_EQ(obstacle && obstacle->isInside, each.isInside) << each.path;
+    using Case = std::tuple<std::string, std::string, bool>;
+    for (const auto& [path, place, isInside] :
+         {Case{"/h/a/b/c", "/h/a/b", false}, Case{"/h/a/x", "/h/a", false}, Case{"/h", "/h/a/b", true},
+          Case{"/h/ab", "", false}}) {
+        const auto obstacle = obstacleFor(path, locations);
+        EXPECT_EQ(obstacle ? obstacle->location.path : "", place);
+        EXPECT_EQ(obstacle && obstacle->isInside, isInside) << path;
     }
 }
 
@@ -125,15 +126,14 @@ TEST(ReportView, SaysSoWhenThereIsNothingOrNoCapacity) {
                            .isInterrupted = isInterrupted,
                            .look = {}});
     };
-    EXPECT_TRUE(contains(text(false), "The capacity of this volume could not be read."));
-    EXPECT_TRUE(contains(text(false), "Nothing was found"));
-    EXPECT_TRUE(contains(text(true), "Nothing had been found yet."));
+    expectAll({"The capacity of this volume could not be read.", "Nothing was found"}, text(false));
+    expectAll({"Nothing had been found yet."}, text(true));
     report.storage.front().storedBlockedReason = "Grant access";
     report.disk = DiskInfo{"Disk \xff", 1000, 400};
     report.storage.front().isMeasured = false;
-    EXPECT_TRUE(contains(text(false), "not measured: Grant access"));
-    EXPECT_TRUE(contains(text(false), "Volume Disk \\xFF  600 B of 1.0 KB used"));
-    EXPECT_TRUE(contains(text(false), "This scan is partial"));
+    expectAll(
+        {"not measured: Grant access", "Volume Disk \\xFF  600 B of 1.0 KB used", "This scan is partial"},
+        text(false));
 }
 
 }  // namespace brindle

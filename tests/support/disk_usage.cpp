@@ -8,10 +8,6 @@
 
 namespace brindle::test {
 
-std::uint64_t diskUsage(const std::string& path) {
-    return diskUsage(std::vector{path});
-}
-
 std::uint64_t diskUsage(const std::vector<std::string>& paths) {
     std::string command = "du -s -c -k --";
     for (const std::string& path : paths) command += " '" + path + "'";

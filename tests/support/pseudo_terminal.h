@@ -11,12 +11,20 @@ namespace brindle::test {
 inline constexpr const char* kNeedsPseudoTerminals =
     "this system has no pseudo-terminals (/dev/pts is not mounted)";
 
+struct PseudoTerminal {
+    int master = posix_openpt(O_RDWR | O_NOCTTY);
+    int slave = -1;
+    PseudoTerminal() {
+        if (grantpt(master) == 0 && unlockpt(master) == 0) slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+    }
+    ~PseudoTerminal() {
+        close(master);
+        close(slave);
+    }
+};
+
 inline bool hasPseudoTerminals() {
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    const bool isUsable = terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0 &&
-                          access(ptsname(terminal), R_OK | W_OK) == 0;
-    if (terminal >= 0) close(terminal);
-    return isUsable;
+    return PseudoTerminal().slave >= 0;
 }
 
 }  // namespace brindle::test

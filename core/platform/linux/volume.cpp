@@ -1,7 +1,10 @@
 #include "core/platform/volume.h"
 
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 
 #include "core/platform/files.h"
@@ -12,6 +15,17 @@ namespace brindle {
 namespace {
 
 constexpr std::string_view kOperation = "measure the volume of";
+
+// As statfs(2) lists them: file systems that have no clones, whatever their version and options.
+constexpr std::array<std::uint32_t, 7> kWithoutClones = {
+    0xEF53,      // ext2, ext3, ext4
+    0x01021994,  // tmpfs
+    0x858458F6,  // ramfs
+    0x4D44,      // FAT
+    0x2011BAB0,  // exFAT
+    0xF2F52010,  // F2FS
+    0x482B,      // HFS+
+};
 
 // Where the system shows no table of its mounts, the place itself stands for its volume.
 std::string nameOf(const std::string& path) {
@@ -37,6 +51,15 @@ std::expected<VolumeCapacity, Error> volumeCapacity(const std::string& path) {
         return std::unexpected(errorFrom(EOVERFLOW, kOperation, path));
     }
     return capacity;
+}
+
+bool canCloneFiles(const std::string& path) {
+    struct statfs volume = {};
+    while (statfs(path.c_str(), &volume) != 0) {
+        if (errno != EINTR) return true;
+    }
+    const auto kind = static_cast<std::uint32_t>(volume.f_type);
+    return std::ranges::find(kWithoutClones, kind) == kWithoutClones.end();
 }
 
 }  // namespace brindle

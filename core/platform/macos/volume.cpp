@@ -1,5 +1,8 @@
 #include "core/platform/volume.h"
 
+#include <sys/attr.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 
@@ -47,6 +50,21 @@ std::expected<VolumeCapacity, Error> volumeCapacity(const std::string& path) {
     if (!total || !available) return std::unexpected(errorFrom(ENOTSUP, kOperation, path));
     return VolumeCapacity{textFrom(CFDictionaryGetValue(values.get(), kCFURLVolumeNameKey)), *total,
                           *available};
+}
+
+bool canCloneFiles(const std::string& path) {
+    // The layout of getattrlist(2): its own length before what was asked for.
+    struct __attribute__((packed, aligned(4))) {
+        std::uint32_t length = 0;
+        vol_capabilities_attr_t capabilities = {};
+    } answer;
+    struct attrlist wanted = {};
+    wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
+    wanted.volattr = ATTR_VOL_INFO | ATTR_VOL_CAPABILITIES;
+    if (getattrlist(path.c_str(), &wanted, &answer, sizeof(answer), 0) != 0) return true;
+    const auto known = answer.capabilities.valid[VOL_CAPABILITIES_INTERFACES];
+    const auto able = answer.capabilities.capabilities[VOL_CAPABILITIES_INTERFACES];
+    return (known & VOL_CAP_INT_CLONE) == 0 || (able & VOL_CAP_INT_CLONE) != 0;
 }
 
 }  // namespace brindle

@@ -228,4 +228,18 @@ FileLock& FileLock::operator=(FileLock&& other) noexcept {
     return *this;
 }
 
+std::expected<bool, Error> isFileLocked(const std::string& path) {
+    const Descriptor file(retried(
+        [&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW); }));
+    if (!file) return failure("open", path);
+    struct stat status{};
+    if (::fstat(file.get(), &status) != 0) return failure("look at", path);
+    if (!S_ISREG(status.st_mode))
+        return Failure(malformedError("ask for the lock of", path, "not a regular file"));
+    // Only an exclusive lock meets every other. It goes with the descriptor.
+    if (retried([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) == 0) return false;
+    if (errno == EWOULDBLOCK) return true;
+    return failure("ask for the lock of", path);
+}
+
 }  // namespace brindle

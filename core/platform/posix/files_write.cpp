@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "core/platform/files.h"
+#include "core/platform/path_text.h"
 #include "core/platform/posix/descriptor.h"
 #include "core/platform/posix/ownership.h"
 
@@ -20,12 +21,6 @@ using Failure = std::unexpected<Error>;
 
 Failure failure(std::string_view operation, std::string_view path, int code = errno) {
     return Failure(errorFrom(code, operation, path));
-}
-
-std::string folderOf(const std::string& path) {
-    const std::size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
 }
 
 // The last component's links, followed by hand because the file at their end need not exist yet.
@@ -108,7 +103,7 @@ std::expected<void, Error> writeFileAtomically(const std::string& path, std::str
     const auto target = endOfLinks(path);
     if (!target) return Failure(target.error());
     const std::string parent = folderOf(*target);
-    const std::string name = target->substr(target->find_last_of('/') + 1);
+    const std::string name(lastComponent(*target));
     if (name.empty()) return failure("write", path, EISDIR);
     if (auto made = createFolders(parent); !made) return made;
     const Descriptor folder(

@@ -13,7 +13,7 @@ TEST(HardlinkTracker, GivesEachFileToOneClaimerOfMany) {
     constexpr std::uint64_t kFiles = 20'000;
     HardlinkTracker tracker;
     std::atomic<std::size_t> granted = 0;
-    std::vector<std::thread> claimers;
+    std::vector<std::jthread> claimers;
     for (int claimer = 0; claimer < 4; ++claimer) {
         claimers.emplace_back([&] {
             for (std::uint64_t inode = 0; inode < kFiles; ++inode) {
@@ -22,7 +22,7 @@ TEST(HardlinkTracker, GivesEachFileToOneClaimerOfMany) {
             }
         });
     }
-    for (std::thread& claimer : claimers) claimer.join();
+    claimers.clear();
     EXPECT_EQ(granted, 2 * kFiles);
     EXPECT_EQ(tracker.count(), 2 * kFiles);
 }

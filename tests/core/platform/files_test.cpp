@@ -23,9 +23,14 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
-unsigned modeOf(const std::string& path) {
+struct stat statusOf(const std::string& path) {
     struct stat status{};
-    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+    EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+    return status;
+}
+
+unsigned modeOf(const std::string& path) {
+    return statusOf(path).st_mode & 07777U;
 }
 
 TEST(WriteFileAtomically, ReplacesWhereLinksPointAndLeavesNothingBeside) {
@@ -35,14 +40,11 @@ TEST(WriteFileAtomically, ReplacesWhereLinksPointAndLeavesNothingBeside) {
     home.link("links/chain", "relative");
     home.link("links/dangling", "../real/fresh");
     const std::string longName(255, 'n');
-    const struct {
-        std::string written, landsIn;
-    } cases[] = {{"links/chain", "real/old"},
-                 {"links/dangling", "real/fresh"},
-                 {"made/on/the/way", "made/on/the/way"},
-                 {"long/" + longName, "long/" + longName}};
+    using Case = std::pair<std::string, std::string>;
     const mode_t before = ::umask(0077);
-    for (const auto& [written, landsIn] : cases) {
+    for (const auto& [written, landsIn] :
+         {Case{"links/chain", "real/old"}, Case{"links/dangling", "real/fresh"},
+          Case{"made/on/the/way", "made/on/the/way"}, Case{"long/" + longName, "long/" + longName}}) {
         const auto done = writeFileAtomically(home.path(written), "new", 0644);
         ASSERT_TRUE(done) << done.error().describe();
         EXPECT_EQ(modeOf(home.path(landsIn)), 0644U) << "whatever the umask";
@@ -72,7 +74,7 @@ TEST(WriteFileAtomically, NeverShowsAReaderAMixture) {
     TestHome home;
     const std::string path = home.text("file", std::string(200'000, 'a'));
     std::atomic<bool> isDone = false;
-    std::thread writer([&] {
+    const std::jthread writer([&] {
         for (int round = 0; round < 40; ++round)
             (void)writeFileAtomically(path, std::string(200'000, "ab"[round % 2]));
         isDone = true;
@@ -83,7 +85,6 @@ TEST(WriteFileAtomically, NeverShowsAReaderAMixture) {
         EXPECT_EQ(content->size(), 200'000U);
         EXPECT_EQ(content->find_first_not_of(content->front()), std::string::npos);
     }
-    writer.join();
 }
 
 TEST(WriteFileAtomically, GivesWhatRootWritesToTheOwnerOfTheFolder) {
@@ -94,9 +95,7 @@ TEST(WriteFileAtomically, GivesWhatRootWritesToTheOwnerOfTheFolder) {
     ASSERT_TRUE(writeFileAtomically(home.path("config/brindle/file"), "new"));
     ASSERT_TRUE(FileLock::acquire(home.path("config/brindle/file.lock")));
     for (const char* made : {"config", "config/brindle", "config/brindle/file", "config/brindle/file.lock"}) {
-        struct stat status{};
-        ASSERT_EQ(::stat(home.path(made).c_str(), &status), 0);
-        EXPECT_EQ(status.st_uid, kSomebody) << made;
+        EXPECT_EQ(statusOf(home.path(made).c_str()).st_uid, kSomebody) << made;
     }
 }
 
@@ -110,12 +109,9 @@ TEST(ReadFile, TellsApartWhatCannotBeReadAndNeverWaits) {
     EXPECT_EQ(readFile(home.path("folder")).error().code, EISDIR);
     EXPECT_EQ(readFile(home.path("none")).error().kind, Error::Kind::missing);
     EXPECT_EQ(readFile(home.path("pipe")).error().kind, Error::Kind::malformed);
-    EXPECT_EQ(readFileFrom(home.path("ten"), 7), "789");
     EXPECT_EQ(readFileFrom(home.path("ten"), 7, 2), "78");
     EXPECT_EQ(readFileFrom(home.path("ten"), 11), "");
-    if (fs::exists("/proc/self/status")) {
-        EXPECT_THAT(*readFile("/proc/self/status"), testing::HasSubstr("Pid:"));
-    }
+    EXPECT_TRUE(!fs::exists("/proc") || readFile("/proc/self/status")->contains("Pid:"));
 }
 
 TEST(CreateFolders, AgreesWithWhatIsThereAndWithOthersAtWork) {
@@ -190,6 +186,20 @@ TEST(FileLock, ExcludesEverybodyUntilItsHolderIsGone) {
         ChildProcess::start({"/bin/sleep", {"60"}, {}, home.path("out"), home.path("err"), "/"});
     ASSERT_TRUE(child);
     mine = std::unexpected(Error{});
+    EXPECT_TRUE(FileLock::tryAcquire(path));
+}
+
+TEST(FileLock, CanBeAskedAboutWithoutATrace) {
+    TestHome home;
+    const std::string path = home.text("lock", "");
+    home.link("link", path);
+    for (const char* no : {"gone", "link", "."}) EXPECT_FALSE(isFileLocked(home.path(no)).has_value()) << no;
+    EXPECT_FALSE(fs::exists(home.path("gone")));
+    EXPECT_FALSE(isFileLocked(path).value());
+    {
+        const auto held = FileLock::tryAcquire(path);
+        EXPECT_TRUE(isFileLocked(path).value());
+    }
     EXPECT_TRUE(FileLock::tryAcquire(path));
 }
 

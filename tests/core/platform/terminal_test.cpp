@@ -41,22 +41,9 @@ struct Pipe {
     }
 };
 
-struct PseudoTerminal {
-    int master = posix_openpt(O_RDWR | O_NOCTTY);
-    int slave = -1;
-    PseudoTerminal() {
-        if (grantpt(master) == 0 && unlockpt(master) == 0) slave = open(ptsname(master), O_RDWR | O_NOCTTY);
-    }
-    ~PseudoTerminal() {
-        close(master);
-        close(slave);
-    }
-};
-
 TEST(Terminal, TellsTheWidthOfTheOutputAndElseOfTheErrors) {
     if (!test::hasPseudoTerminals()) GTEST_SKIP() << test::kNeedsPseudoTerminals;
-    const PseudoTerminal terminal;
-    ASSERT_GE(terminal.slave, 0);
+    const test::PseudoTerminal terminal;
     const Pipe pipe;
     winsize size = {};
     size.ws_col = 87;
@@ -112,24 +99,16 @@ TEST(Terminal, ReportsAReaderThatHasGone) {
     EXPECT_EQ(writeToNobody(false), 1000 + SIGPIPE);
 }
 
-std::string nextLine() {
-    const auto line = readLine();
-    return line ? line->value_or("(end)") : line.error().describe();
-}
-
 TEST(Terminal, ReadsLinesAndNotAByteMore) {
     EXPECT_EQ(inChild([] {
                   Pipe pipe;
                   dup2(pipe.reader, STDIN_FILENO);
-                  const std::string text = "yes\n\nrest\nlast";
-                  if (write(pipe.writer, text.data(), text.size()) < 0) return 1;
+                  if (write(pipe.writer, "yes\n\nrest\nlast", 14) != 14) return 1;
                   close(pipe.writer);
-                  if (nextLine() != "yes") return 2;
-                  if (nextLine() != "") return 3;
+                  if (*readLine() != "yes" || *readLine() != "") return 2;
                   char rest[5] = {};
-                  if (read(STDIN_FILENO, rest, 5) != 5 || std::string_view(rest, 5) != "rest\n") return 4;
-                  if (nextLine() != "last") return 5;
-                  return nextLine() == "(end)" ? 0 : 6;
+                  if (read(STDIN_FILENO, rest, 5) != 5 || std::string_view(rest, 5) != "rest\n") return 3;
+                  return *readLine() == "last" && *readLine() == std::nullopt ? 0 : 4;
               }),
               0);
 }
@@ -137,21 +116,17 @@ TEST(Terminal, ReadsLinesAndNotAByteMore) {
 TEST(Interrupts, TheFirstCountsAndTheSecondEndsTheProcess) {
     const auto after = [](int sent, int signalNumber) {
         return inChild([=] {
-            signal(SIGINT, SIG_DFL);
-            signal(SIGTERM, SIG_DFL);
-            signal(SIGHUP, SIG_DFL);
+            signal(signalNumber, SIG_DFL);
             installInterruptHandler();
             if (interruptRequested()) return 1;
             for (int count = 0; count < sent; ++count) raise(signalNumber);
             return interruptCount() == sent ? 50 + sent : 2;
         });
     };
-    EXPECT_EQ(after(0, SIGINT), 50);
-    EXPECT_EQ(after(1, SIGINT), 51);
-    EXPECT_EQ(after(2, SIGINT), 130);
-    EXPECT_EQ(after(1, SIGTERM), 51);
-    EXPECT_EQ(after(2, SIGTERM), 130);
-    EXPECT_EQ(after(1, SIGHUP), 51);
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+        EXPECT_EQ(after(1, signalNumber), 51);
+        EXPECT_EQ(after(2, signalNumber), 130);
+    }
 }
 
 TEST(Interrupts, WhatTheParentIgnoresStaysIgnored) {

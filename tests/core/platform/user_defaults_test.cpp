@@ -17,10 +17,7 @@
 namespace brindle {
 namespace {
 
-using test::kNeedsUnprivilegedUser;
-using test::permissionsApply;
 using test::TestHome;
-
 using List = std::vector<std::string>;
 
 std::optional<DefaultsValue> valueOf(const UserDefaults& defaults, std::string_view key) {
@@ -66,17 +63,13 @@ TEST(UserDefaults, RefusesWhatWouldReadBackAsSomethingElse) {
 }
 
 TEST(UserDefaults, TypesWhatAPersonWroteByHand) {
-    const struct {
-        const char* json;
-        DefaultsValue value;
-    } cases[] = {
+    using Case = std::pair<const char*, DefaultsValue>;
+    const Case cases[] = {
         {"-5", -5.0},
-        {"1.5", 1.5},
         {"2e10", 2e10},
         {"18446744073709551616", 18446744073709551616.0},
         {"\"true\"", std::string("true")},
         {"null", std::monostate()},
-        {"[1]", std::monostate()},
         {"[\"a\", [\"b\"]]", std::monostate()},
         {"{}", std::monostate()},
         {"{\"date\": \"yesterday\"}", std::monostate()},
@@ -86,9 +79,9 @@ TEST(UserDefaults, TypesWhatAPersonWroteByHand) {
         {"{\"data\": \"QQ==\"}", DefaultsData{"A"}},
     };
     TestHome home;
-    for (const auto& each : cases) {
-        const auto path = home.text("p.json", "\xEF\xBB\xBF{\"k\": " + std::string(each.json) + "}");
-        EXPECT_EQ(valueOf(*fileDefaults(path), "k"), each.value) << each.json;
+    for (const auto& [json, value] : cases) {
+        const auto path = home.text("p.json", "\xEF\xBB\xBF{\"k\": " + std::string(json) + "}");
+        EXPECT_EQ(valueOf(*fileDefaults(path), "k"), value) << json;
     }
 }
 
@@ -105,10 +98,8 @@ TEST(UserDefaults, KeepsForeignEntriesAndTheirOrderWhenItWrites) {
 }
 
 TEST(UserDefaults, NeverOverwritesAFileItCannotUnderstand) {
-    const struct {
-        std::string content;
-        const char* reason;
-    } cases[] = {
+    using Case = std::pair<std::string, const char*>;
+    const Case cases[] = {
         {"", "not JSON"},
         {"{\n\"a\": 1,\n\"b\": tru\n}", "line 3"},
         {"{\"a\": 1} x", "not JSON"},
@@ -119,16 +110,16 @@ TEST(UserDefaults, NeverOverwritesAFileItCannotUnderstand) {
         {"{\"a\": " + std::string(200'000, '[') + std::string(200'000, ']') + "}", "nested too deep"},
     };
     TestHome home;
-    for (const auto& each : cases) {
-        const auto path = home.text("p.json", each.content);
+    for (const auto& [content, reason] : cases) {
+        const auto path = home.text("p.json", content);
         const auto defaults = fileDefaults(path);
         const auto value = defaults->value("b");
-        ASSERT_FALSE(value) << each.content;
+        ASSERT_FALSE(value) << content;
         EXPECT_EQ(value.error().kind, Error::Kind::malformed);
-        EXPECT_THAT(value.error().describe(), testing::HasSubstr(each.reason));
+        EXPECT_THAT(value.error().describe(), testing::HasSubstr(reason));
         EXPECT_EQ(defaults->set("b", true), std::unexpected(value.error()));
         EXPECT_EQ(defaults->remove("a"), std::unexpected(value.error()));
-        EXPECT_EQ(*readFile(path), each.content);
+        EXPECT_EQ(*readFile(path), content);
     }
     const auto folder = fileDefaults(home.folder("folder"));
     EXPECT_FALSE(folder->value("a"));
@@ -154,24 +145,22 @@ TEST(UserDefaults, WritesThroughALinkIntoAnotherFolder) {
 }
 
 TEST(UserDefaultsUnprivileged, KeepsTheOldBytesWhenTheFolderCannotBeWritten) {
-    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
     TestHome home;
     const auto path = home.text("config/p.json", "{\"a\": 1}");
     home.mode("config", 0500);
-    const auto outcome = fileDefaults(path)->set("a", std::uint64_t{2});
-    ASSERT_FALSE(outcome);
-    EXPECT_EQ(outcome.error().kind, Error::Kind::permissionDenied);
+    EXPECT_EQ(fileDefaults(path)->set("a", std::uint64_t{2}).error().kind, Error::Kind::permissionDenied);
     EXPECT_EQ(*readFile(path), "{\"a\": 1}");
     home.mode("config/p.json", 0);
     EXPECT_EQ(fileDefaults(path)->value("a").error().kind, Error::Kind::permissionDenied);
 }
 
+// 50 keys of its own, and one that all writers count up.
 void setManyKeys(const std::string& path, const std::string& name) {
     const auto defaults = fileDefaults(path);
     for (std::uint64_t round = 0; round < 50; ++round) {
         ASSERT_TRUE(defaults->set(name + std::to_string(round), round));
         if (round % 5 != 0) continue;
-        // One key that all of them count up: no update may be lost.
         ASSERT_TRUE(defaults->update(
             "count", [](const auto& stored) -> std::expected<std::optional<DefaultsValue>, Error> {
                 return stored ? std::get<std::uint64_t>(*stored) + 1 : std::uint64_t{1};
@@ -179,44 +168,30 @@ void setManyKeys(const std::string& path, const std::string& name) {
     }
 }
 
-void expectManyKeys(const UserDefaults& defaults, const std::string& name) {
-    for (std::uint64_t round = 0; round < 50; ++round) {
-        EXPECT_EQ(valueOf(defaults, name + std::to_string(round)), DefaultsValue(round)) << name;
-    }
-}
-
-TEST(UserDefaults, LosesNothingWhenTwoProcessesWrite) {
+TEST(UserDefaults, LosesNothingWhenTwoProcessesAndTheirThreadsWrite) {
     TestHome home;
     const auto path = home.path("p.json");
+    const auto writeInThreads = [&path](const std::string& name) {
+        const std::jthread one([&] { setManyKeys(path, name + "1-"); });
+        const std::jthread other([&] { setManyKeys(path, name + "2-"); });
+    };
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        setManyKeys(path, "child");
+        writeInThreads("child");
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
-    setManyKeys(path, "parent");
+    writeInThreads("parent");
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    expectManyKeys(*fileDefaults(path), "child");
-    expectManyKeys(*fileDefaults(path), "parent");
-    EXPECT_EQ(valueOf(*fileDefaults(path), "count"), DefaultsValue(std::uint64_t{20}));
-}
-
-TEST(UserDefaults, LosesNothingWhenManyThreadsWrite) {
-    TestHome home;
-    const auto path = home.path("p.json");
-    {
-        std::vector<std::jthread> writers;
-        for (int thread = 0; thread < 4; ++thread) {
-            writers.emplace_back(
-                [&path, thread] { setManyKeys(path, "thread" + std::to_string(thread) + "-"); });
+    const auto defaults = fileDefaults(path);
+    for (const std::string name : {"child1-", "child2-", "parent1-", "parent2-"}) {
+        for (std::uint64_t round = 0; round < 50; ++round) {
+            EXPECT_EQ(valueOf(*defaults, name + std::to_string(round)), DefaultsValue(round)) << name;
         }
     }
-    for (int thread = 0; thread < 4; ++thread) {
-        expectManyKeys(*fileDefaults(path), "thread" + std::to_string(thread) + "-");
-    }
-    EXPECT_EQ(valueOf(*fileDefaults(path), "count"), DefaultsValue(std::uint64_t{40}));
+    EXPECT_EQ(valueOf(*defaults, "count"), DefaultsValue(std::uint64_t{40}));
 }
 
 }  // namespace

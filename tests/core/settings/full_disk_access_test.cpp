@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
-#include "core/text/core_strings.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -44,26 +44,22 @@ TEST(FullDiskAccess, IsNotGrantedWhenEveryExistingProbeFails) {
 
 TEST(FullDiskAccessUnprivileged, FollowsTheModesOfTheProbes) {
     if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
-    const struct {
-        unsigned mail;
-        unsigned safari;
-        unsigned bookmarks;
-        bool granted;
-    } cases[] = {
+    using Case = std::tuple<unsigned, unsigned, unsigned, bool>;
+    const Case cases[] = {
         {0, 0, 0600, false},    // the file lies in a folder that cannot be entered: unknown is no
         {0, 0100, 0, false},    // nothing can be read
         {0, 0100, 0600, true},  // only the file can
         {0, 0500, 0, true},     // only its folder can
         {0700, 0, 0, true},
     };
-    for (const auto& each : cases) {
+    for (const auto& [mail, safari, bookmarks, isGranted] : cases) {
         TestHome home;
         home.folder("Library/Mail");
         home.text("Library/Safari/Bookmarks.plist", "x");
-        home.mode("Library/Safari/Bookmarks.plist", each.bookmarks);
-        home.mode("Library/Safari", each.safari);
-        home.mode("Library/Mail", each.mail);
-        EXPECT_EQ(accessIn(home).isGranted(), each.granted) << accessIn(home).report();
+        home.mode("Library/Safari/Bookmarks.plist", bookmarks);
+        home.mode("Library/Safari", safari);
+        home.mode("Library/Mail", mail);
+        EXPECT_EQ(accessIn(home).isGranted(), isGranted) << accessIn(home).report();
     }
 }
 
@@ -77,14 +73,6 @@ TEST(FullDiskAccessUnprivileged, BlockedIsWhatExistsAndCannotBeListed) {
     const auto shut = home.folder("shut");
     home.mode("shut", 0300);
     EXPECT_THAT(FullDiskAccess::blockedPaths({open, shut, file}), ElementsAre(shut, file));
-}
-
-TEST(FullDiskAccess, NamesTheWayOut) {
-    EXPECT_EQ(
-        FullDiskAccess::remedy(),
-        "Open System Settings → Privacy & Security → Full Disk Access, turn on Brindle, then quit and reopen "
-        "Brindle and scan again.");
-    EXPECT_THAT(FullDiskAccess::settingsURL(), testing::StartsWith("x-apple.systempreferences:"));
 }
 
 }  // namespace

