@@ -2,8 +2,10 @@
 
 #include <plist/plist.h>
 
+#include <cstdlib>
 #include <memory>
 
+#include "core/modules/property_list_check.h"
 #include "core/platform/files.h"
 
 namespace brindle {
@@ -18,92 +20,112 @@ struct FreeNode {
 };
 using Node = std::unique_ptr<void, FreeNode>;
 
-std::optional<PropertyList> converted(plist_t node, int depth);
+// Makes plain values of libplist's. The list has been checked: it is nested no deeper than kDepthLimit.
+class Conversion {
+  public:
+    explicit Conversion(ListTraits traits) : traits_(traits) {}
 
-PropertyList converted(std::uint64_t number) {
-    const bool fits = number <= static_cast<std::uint64_t>(INT64_MAX);
-    return fits ? PropertyList{static_cast<std::int64_t>(number)} : PropertyList{};
-}
-
-PropertyList convertedText(plist_t node) {
-    std::uint64_t length = 0;
-    const char* text = plist_get_string_ptr(node, &length);
-    return {text == nullptr ? std::string() : std::string(text, length)};
-}
-
-std::optional<PropertyList> convertedArray(plist_t node, int depth) {
-    PropertyList::Array array;
-    const std::uint32_t size = plist_array_get_size(node);
-    for (std::uint32_t index = 0; index < size; ++index) {
-        auto element = converted(plist_array_get_item(node, index), depth);
-        if (!element) return std::nullopt;
-        array.push_back(std::move(*element));
+    PropertyList valueOf(plist_t node) const {
+        switch (plist_get_node_type(node)) {
+            case PLIST_BOOLEAN: {
+                std::uint8_t flag = 0;
+                plist_get_bool_val(node, &flag);
+                return {flag != 0};
+            }
+            case PLIST_UINT:
+                return integerOf(node);
+            case PLIST_REAL: {
+                double number = 0;
+                plist_get_real_val(node, &number);
+                return {number};
+            }
+            case PLIST_DATE:
+                return dateOf(node);
+            case PLIST_STRING:
+                return textOf(node);
+            case PLIST_ARRAY:
+                return arrayOf(node);
+            case PLIST_DICT:
+                return dictionaryOf(node);
+            default:
+                return {};
+        }
     }
-    return PropertyList{std::move(array)};
-}
 
-std::optional<PropertyList> convertedDictionary(plist_t node, int depth) {
-    PropertyList::Dictionary dictionary;
-    plist_dict_iter start = nullptr;
-    plist_dict_new_iter(node, &start);
-    const std::unique_ptr<void, decltype(&std::free)> position(start, &std::free);
-    while (true) {
-        char* name = nullptr;
-        plist_t child = nullptr;
-        plist_dict_next_item(node, position.get(), &name, &child);
-        const std::unique_ptr<char, decltype(&std::free)> key(name, &std::free);
-        if (child == nullptr) break;
-        auto element = converted(child, depth);
-        if (!element || key == nullptr) return std::nullopt;
-        dictionary.insert_or_assign(key.get(), std::move(*element));
+  private:
+    // Negative numbers come as their two's complement.
+    PropertyList integerOf(plist_t node) const {
+        std::uint64_t number = 0;
+        plist_get_uint_val(node, &number);
+        const auto value = static_cast<std::int64_t>(number);
+        if (value < 0 && traits_.hasHugeNumbers) return {};
+        return {value};
     }
-    return PropertyList{std::move(dictionary)};
-}
 
-std::optional<PropertyList> converted(plist_t node, int depth) {
-    if (depth <= 0) return std::nullopt;
-    switch (plist_get_node_type(node)) {
-        case PLIST_BOOLEAN: {
-            std::uint8_t flag = 0;
-            plist_get_bool_val(node, &flag);
-            return PropertyList{flag != 0};
-        }
-        case PLIST_UINT: {
-            std::uint64_t number = 0;
-            plist_get_uint_val(node, &number);
-            return converted(number);
-        }
-        case PLIST_REAL: {
-            double number = 0;
-            plist_get_real_val(node, &number);
-            return PropertyList{number};
-        }
-        case PLIST_DATE: {
-            std::int32_t seconds = 0;
-            std::int32_t fraction = 0;
-            plist_get_date_val(node, &seconds, &fraction);
-            return PropertyList{std::chrono::sys_seconds(kEpoch) + std::chrono::seconds(seconds)};
-        }
-        case PLIST_STRING:
-            return convertedText(node);
-        case PLIST_ARRAY:
-            return convertedArray(node, depth - 1);
-        case PLIST_DICT:
-            return convertedDictionary(node, depth - 1);
-        default:
-            return PropertyList{};
+    static PropertyList dateOf(plist_t node) {
+        std::int32_t seconds = 0;
+        std::int32_t fraction = 0;
+// The function that came in its place is missing in libplist 2.2.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+        plist_get_date_val(node, &seconds, &fraction);
+#pragma GCC diagnostic pop
+        if (seconds == INT32_MIN || seconds == INT32_MAX) return {};  // what a date beyond 32 bits becomes
+        return {std::chrono::sys_seconds(kEpoch) + std::chrono::seconds(seconds)};
     }
-}
+
+    static PropertyList textOf(plist_t node) {
+        std::uint64_t length = 0;
+        const char* text = plist_get_string_ptr(node, &length);
+        return {text == nullptr ? std::string() : std::string(text, length)};
+    }
+
+    PropertyList arrayOf(plist_t node) const {
+        PropertyList::Array array;
+        plist_array_iter start = nullptr;
+        plist_array_new_iter(node, &start);
+        const std::unique_ptr<void, decltype(&std::free)> position(start, &std::free);
+        while (true) {
+            plist_t child = nullptr;
+            plist_array_next_item(node, position.get(), &child);
+            if (child == nullptr) return {std::move(array)};
+            array.push_back(valueOf(child));
+        }
+    }
+
+    PropertyList dictionaryOf(plist_t node) const {
+        PropertyList::Dictionary dictionary;
+        plist_dict_iter start = nullptr;
+        plist_dict_new_iter(node, &start);
+        const std::unique_ptr<void, decltype(&std::free)> position(start, &std::free);
+        while (true) {
+            char* name = nullptr;
+            plist_t child = nullptr;
+            plist_dict_next_item(node, position.get(), &name, &child);
+            const std::unique_ptr<char, decltype(&std::free)> key(name, &std::free);
+            if (child == nullptr || key == nullptr) return {std::move(dictionary)};
+            dictionary.insert_or_assign(key.get(), valueOf(child));
+        }
+    }
+
+    ListTraits traits_;
+};
 
 }  // namespace
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
-    if (bytes.empty() || bytes.size() > kLimit) return std::nullopt;
+    if (bytes.size() > kLimit) return std::nullopt;
+    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);  // a byte order mark
+    const bool isBinary = bytes.starts_with("bplist");
+    const auto traits = isBinary ? checkedBinaryList(bytes) : checkedXmlList(bytes);
+    if (!traits) return std::nullopt;
     plist_t raw = nullptr;
-    plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &raw);
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    isBinary ? (void)plist_from_bin(bytes.data(), size, &raw)
+             : (void)plist_from_xml(bytes.data(), size, &raw);
     const Node root(raw);
     if (root == nullptr) return std::nullopt;
-    return converted(root.get(), kDepthLimit);
+    return Conversion(*traits).valueOf(root.get());
 }
 
 const PropertyList* PropertyList::find(std::string_view key) const {
