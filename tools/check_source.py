@@ -12,8 +12,8 @@ import sys
 from cpp_text import code_only, line_of, sources, without_comments
 
 # A room includes itself and the rooms before it.
-LADDER = ["text", "platform", "model", "measure", "settings", "tools", "projects", "scan", "modules", "removal",
-          "insight", "session"]
+LADDER = ["text", "platform", "model", "measure", "settings", "tools", "projects", "guard", "scan", "modules",
+          "removal", "insight", "session"]
 # What the folders beside core may include besides themselves.
 FACES = {"cli": {"core"}, "app": {"core"}, "tests": {"core", "cli", "app"}, "bench": {"core", "tests"}}
 
@@ -66,7 +66,7 @@ EXIT_CALL = re.compile(SCOPE + r"\b(?P<name>exit|abort|terminate)\b\s*(?P<open>\
 ENDS_THE_PROGRAM = "core/model/byte_sum.cpp"  # its header says why
 
 TEST = re.compile(r"^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)", re.MULTILINE)
-LOCALIZED = re.compile(r'\b(?:localized|localizedWith|CoreStrings\s*::\s*plural)\s*\(\s*((?:"(?:[^"\\\n]|\\.)*"\s*)+)')
+LOCALIZED = re.compile(r'\b(?:localized|localizedWith|refused|CoreStrings\s*::\s*plural)\s*\(\s*((?:"(?:[^"\\\n]|\\.)*"\s*)+)')
 
 
 class File:

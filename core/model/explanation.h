@@ -4,11 +4,15 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/model/regeneration.h"
 
 namespace brindle {
+
+// What happens next to an item that is shown only so that the user sees where the space is.
+inline constexpr std::string_view kNothingIsRemoved = "Nothing is removed by Brindle.";
 
 struct Fact {
     std::string storedLabel;

@@ -13,8 +13,7 @@ namespace brindle {
 
 inline constexpr std::string_view kCommonWhySuggested =
     "Nothing here is the only copy of anything. It is a cache, and the tool fills it again the next time it "
-    "needs "
-    "what was in it.";
+    "needs what was in it.";
 
 struct CacheSpec {
     std::string key;  // stable within its module; part of the item's identity

@@ -55,4 +55,14 @@ CleanupItemFields itemFields(const ItemHead& head, const DirectoryMeasurement& m
     };
 }
 
+void protect(CleanupItemFields& fields, const std::string& reason,
+             const std::optional<std::string>& commandLine) {
+    fields.classification = Classification::protected_;
+    fields.explanation.storedWhatItIs = fields.explanation.whatItIs() + " " + reason;
+    fields.explanation.storedWhatHappensNext = kNothingIsRemoved;
+    fields.explanation.storedWhySuggested = std::nullopt;
+    fields.explanation.regeneratedBy = std::nullopt;
+    if (commandLine) fields.explanation.facts.push_back({"Remove it yourself with", *commandLine});
+}
+
 }  // namespace brindle

@@ -3,16 +3,12 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "core/model/cleanup_item.h"
 #include "core/scan/scan_context.h"
 
 namespace brindle {
-
-// What happens next to an item that is shown only so that the user sees where the space is.
-inline constexpr std::string_view kNothingIsRemoved = "Nothing is removed by Brindle.";
 
 // Absent when nothing lies there, when it occupies nothing or is an empty folder, and when the scan was cancelled: a
 // walk that was broken off knows only part of the truth.
@@ -34,5 +30,10 @@ struct ItemHead {
     std::string detail;
 };
 CleanupItemFields itemFields(const ItemHead& head, const DirectoryMeasurement& measurement);
+
+// Makes an item that was filled in one that is only shown: the localised reason follows what it is, and a fact says
+// how the user can remove it, where there is such a command line. What it removes stays as it is, to show where it lies.
+void protect(CleanupItemFields& fields, const std::string& reason,
+             const std::optional<std::string>& commandLine);
 
 }  // namespace brindle

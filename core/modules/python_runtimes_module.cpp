@@ -1,14 +1,20 @@
 #include "core/modules/python_runtimes_module.h"
 
+#include <fmt/ranges.h>
+
 #include <algorithm>
 #include <set>
 
 #include "core/modules/measured_item.h"
 #include "core/modules/python_config.h"
 #include "core/modules/python_usage.h"
+#include "core/modules/real_folders.h"
+#include "core/modules/tool_command.h"
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
+#include "core/platform/path_text.h"
 #include "core/text/core_strings.h"
+#include "core/text/shell_word.h"
 
 namespace brindle {
 
@@ -17,28 +23,6 @@ namespace {
 constexpr std::string_view kVersions = ".pyenv/versions";
 constexpr std::string_view kEnvironments = ".virtualenvs";
 constexpr std::uint64_t kConfigLimit = 1U << 20U;
-
-std::string nameOf(const std::string& path) {
-    return path.substr(path.find_last_of('/') + 1);
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
-// The folders directly inside, without links.
-std::vector<std::string> foldersIn(const ScanContext& context, std::string_view relative) {
-    std::vector<std::string> folders;
-    const std::string where = context.path(relative);
-    if (!context.exists(where)) return folders;
-    for (const ChildEntry& child : context.children(where)) {
-        const auto status = statusOf(child.path);
-        if (status && status->isFolder()) folders.push_back(child.path);
-    }
-    return folders;
-}
 
 // The folder that virtualenvwrapper and its kin note down as the one an environment was made for.
 std::optional<std::string> projectOf(const std::string& environment) {
@@ -63,7 +47,7 @@ std::vector<std::string> checkoutsIn(const ScanContext& context, const std::stri
     const std::string sources = environment + "/src";
     if (!context.exists(sources)) return checkouts;
     for (const ChildEntry& child : context.children(sources)) {
-        if (exists(child.path + "/.git")) checkouts.push_back(nameOf(child.path));
+        if (exists(child.path + "/.git")) checkouts.emplace_back(lastComponent(child.path));
     }
     return checkouts;
 }
@@ -88,39 +72,30 @@ std::string whySuggested(const Environment& environment) {
     return "The project it was made for is no longer there, or its drive is not connected.";
 }
 
-void protect(CleanupItemFields& fields, const std::string& reason, const std::string& command) {
-    fields.classification = Classification::protected_;
-    fields.explanation.storedWhatHappensNext = kNothingIsRemoved;
-    fields.explanation.storedWhySuggested = std::nullopt;
-    fields.explanation.regeneratedBy = std::nullopt;
-    fields.explanation.storedWhatItIs = fields.explanation.whatItIs() + " " + reason;
-    fields.explanation.facts.push_back({"Remove it yourself with", command});
-}
-
 class RuntimeItems {
   public:
     RuntimeItems(const ScanContext& context, const PythonUsage& usage) : context_(context), usage_(usage) {}
 
     std::optional<CleanupItem> interpreter(const std::string& folder) const {
-        const std::string name = nameOf(folder);
+        const std::string name(lastComponent(folder));
         auto fields = fieldsOf("runtime." + name, "Python " + name, folder);
         if (!fields) return std::nullopt;
+        const auto install = commandLineOn("pyenv install", name);
         fields->explanation = {
             "A Python interpreter that pyenv built, with every package installed into it.",
             "Projects and environments that use this version stop working until you install it again. "
-            "Packages "
-            "installed into it have to be installed again, too.",
+            "Packages installed into it have to be installed again, too.",
             "Nothing that Brindle looked at uses it: not pyenv's global version, no known project, no "
-            "environment. "
-            "A project that Brindle does not know may still name it in its .python-version.",
-            Regeneration{Regeneration::Kind::command, "pyenv install " + name},
+            "environment. A project that Brindle does not know may still name it in its .python-version.",
+            install ? Regeneration{Regeneration::Kind::command, *install}
+                    : Regeneration{Regeneration::Kind::action, "Install it again with pyenv"},
             ageAndFileCount(context_, fields->measurement)};
-        protectIfUsed(*fields, folder, "pyenv uninstall " + name);
+        protectIfUsed(*fields, folder, commandLineOn("pyenv uninstall", name));
         return CleanupItem(*std::move(fields));
     }
 
     std::optional<CleanupItem> environment(const std::string& folder, const Environment& environment) const {
-        const std::string name = nameOf(folder);
+        const std::string name(lastComponent(folder));
         auto fields = fieldsOf("environment." + name, CoreStrings::localized("Environment %@", name), folder);
         if (!fields) return std::nullopt;
         fields->explanation = {
@@ -130,12 +105,12 @@ class RuntimeItems {
             whySuggested(environment),
             Regeneration{Regeneration::Kind::action, "Make the environment again and install its packages"},
             environmentFacts(environment, fields->measurement)};
-        const std::string command = "rmvirtualenv " + name;
+        const auto command = commandLineOn("rmvirtualenv", name);
         protectIfUsed(*fields, folder, command);
         if (fields->classification == Classification::review && !environment.checkouts.empty()) {
             protect(*fields,
                     CoreStrings::localized("It holds repositories that may have changes of yours: %@.",
-                                           joined(environment.checkouts)),
+                                           fmt::format("{}", fmt::join(environment.checkouts, ", "))),
                     command);
         }
         return CleanupItem(*std::move(fields));
@@ -154,15 +129,15 @@ class RuntimeItems {
     }
 
     void protectIfUsed(CleanupItemFields& fields, const std::string& folder,
-                       const std::string& command) const {
+                       const std::optional<std::string>& command) const {
         const auto users = usage_.usersOf(context_, folder);
         if (!users.empty()) {
-            fields.explanation.facts.push_back({"Used by", joined(users)});
+            fields.explanation.facts.push_back({"Used by", fmt::format("{}", fmt::join(users, ", "))});
             protect(fields, CoreStrings::localized("It is in use."), command);
         } else if (!usage_.unreadable.empty()) {
             protect(fields,
                     CoreStrings::localized("Whether something uses it is unknown: %@ could not be read.",
-                                           joined(usage_.unreadable)),
+                                           fmt::format("{}", fmt::join(usage_.unreadable, ", "))),
                     command);
         }
     }
@@ -203,10 +178,10 @@ ModuleResult PythonRuntimesModule::scan(const ScanContext& context) const {
     ModuleResult result{
         .moduleID = id(), .items = {}, .unreachable = {}, .isToolchainInstalled = isPresent(context)};
     if (!result.isToolchainInstalled) return result;
-    const std::vector<std::string> environments = foldersIn(context, kEnvironments);
+    const std::vector<std::string> environments = realFoldersIn(context, context.path(kEnvironments));
     const PythonUsage usage = PythonUsage::read(context, knownProjects(context, environments));
     const RuntimeItems items(context, usage);
-    for (const std::string& folder : foldersIn(context, kVersions)) {
+    for (const std::string& folder : realFoldersIn(context, context.path(kVersions))) {
         if (auto item = items.interpreter(folder)) result.items.push_back(*std::move(item));
     }
     for (const std::string& folder : environments) {

@@ -8,6 +8,7 @@
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
 #include "core/platform/machine.h"
+#include "core/platform/path_text.h"
 
 namespace brindle {
 
@@ -31,10 +32,6 @@ std::string resolved(const std::string& path) {
     return canonicalPath(path).value_or(path);
 }
 
-bool isBelow(const std::string& path, const std::string& folder) {
-    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
-}
-
 class Reader {
   public:
     Reader(const ScanContext& context, PythonUsage& usage) : context_(context), usage_(usage) {}
@@ -56,10 +53,10 @@ class Reader {
         for (const std::string& name : *names) readEnvironment(folder + "/" + name);
     }
 
-    // From the project up to the home folder, as pyenv looks for it.
+    // From the project upwards, as pyenv looks for it. The home folder's own is read in any case.
     void readProject(std::string folder) {
         readEnvironmentsIn(folder);
-        while (isBelow(folder, context_.home)) {
+        while (folder != context_.home && folder.find_last_of('/') != std::string::npos) {
             readVersions(folder + "/.python-version");
             folder.resize(folder.find_last_of('/'));
         }
@@ -80,11 +77,12 @@ class Reader {
 
     void readEnvironment(const std::string& folder) {
         const auto status = statusOf(folder);
+        if (!status) noteUnlessMissing(folder, status.error());
         if (!status || !status->isFolder() || !seen_.insert(folder).second) return;
         PythonUsage::Environment environment{folder, {}};
         if (const auto text = read(folder + "/pyvenv.cfg")) {
             environment.interpreters = parsePyvenvConfig(*text).interpreters;
-        } else if (!exists(folder + "/bin/activate")) {
+        } else if (!exists(folder + "/bin/activate") && !exists(folder + "/conda-meta")) {
             return;
         }
         environment.interpreters.push_back(folder + "/bin/python");
@@ -116,7 +114,7 @@ PythonUsage PythonUsage::read(const ScanContext& context, const std::vector<std:
 
 std::vector<std::string> PythonUsage::usersOf(const ScanContext& context, const std::string& folder) const {
     std::set<std::string> users;
-    const std::string version = folder.substr(folder.find_last_of('/') + 1);
+    const std::string version(lastComponent(folder));
     const std::string real = resolved(folder);
     const bool isVersion = folder == context.path(".pyenv/versions/" + version);
     for (const auto& [name, file] : namedVersions) {

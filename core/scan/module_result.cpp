@@ -22,4 +22,14 @@ std::uint64_t ModuleResult::reclaimableBytes() const {
     return addBytes(bytes(Classification::safe), bytes(Classification::review));
 }
 
+std::set<std::string> ModuleResult::vouchedLeftoverPaths() const {
+    std::set<std::string> paths;
+    if (moduleID != ModuleID::leftovers) return paths;
+    for (const CleanupItem& item : items) {
+        if (!isRemovable(item.classification)) continue;
+        paths.insert(item.removal.affectedPaths().begin(), item.removal.affectedPaths().end());
+    }
+    return paths;
+}
+
 }  // namespace brindle

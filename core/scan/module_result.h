@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "core/model/cleanup_item.h"
@@ -20,6 +22,8 @@ struct ModuleResult {
     std::uint64_t totalBytes() const;
     std::uint64_t bytes(Classification classification) const;
     std::uint64_t reclaimableBytes() const;  // everything that is not protected
+    // The folders of applications that are gone, as this module offers them; empty for every module but `leftovers`.
+    std::set<std::string> vouchedLeftoverPaths() const;
 };
 
 }  // namespace brindle

@@ -69,6 +69,12 @@ std::vector<Project> ScanReport::dormantProjects() const {
     return dormant;
 }
 
+std::set<std::string> ScanReport::vouchedLeftoverPaths() const {
+    std::set<std::string> paths;
+    for (const ModuleResult& module : modules) paths.merge(module.vouchedLeftoverPaths());
+    return paths;
+}
+
 bool ScanReport::isPartial() const {
     const bool isSliceBlocked = std::ranges::any_of(
         storage, [](const StorageCategory& category) { return category.storedBlockedReason.has_value(); });

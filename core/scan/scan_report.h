@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "core/model/disk_info.h"
@@ -30,7 +32,9 @@ struct ScanReport {
     std::uint64_t bytes(Classification classification) const;
     std::vector<ModuleResult> installedModules() const;  // tool present and something found
     std::vector<Project> dormantProjects() const;        // last used 90 whole days or more before the end
-    bool isPartial() const;                              // some place or slice could not be measured
+    // What the safety guard may take for folders of applications that are gone.
+    std::set<std::string> vouchedLeftoverPaths() const;
+    bool isPartial() const;  // some place or slice could not be measured
 };
 
 }  // namespace brindle

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <thread>
 
+#include "core/guard/safety_guard.h"
 #include "core/scan/storage_survey.h"
 #include "core/settings/full_disk_access.h"
 
@@ -25,6 +26,7 @@ double secondsSince(Clock::time_point start) {
 struct Finished {
     ModuleResult result;
     StageTiming timing;
+    std::size_t place = 0;  // among the modules that run
 };
 
 // Results on their way from the modules' threads to the collecting one.
@@ -85,7 +87,29 @@ void completeUnreachable(ModuleResult& result, const ScanDiagnostics& diagnostic
     for (const std::string& path : foreign) locations.add(path, Reason::differentVolume);
 }
 
-Finished runModule(const ScanModule& module, const ScanContext& context) {
+// Still shown, so that the user sees where the space is and why it stays.
+void protect(CleanupItem& item, const std::string& reason) {
+    item.classification = Classification::protected_;
+    item.clears.reset();
+    item.explanation.storedWhatHappensNext = kNothingIsRemoved;
+    item.explanation.storedWhySuggested.reset();
+    item.explanation.regeneratedBy.reset();
+    item.explanation.facts.push_back({"Not removed because", reason});
+}
+
+// Nothing is offered that the guard would refuse afterwards.
+void protectWhatMayNotGo(ModuleResult& result, const ScanContext& context, const ScanRequest& request) {
+    const SafetyGuard guard({.home = context.home,
+                             .protectedPaths = request.protectedPaths,
+                             .appLeftovers = result.vouchedLeftoverPaths()});
+    for (CleanupItem& item : result.items) {
+        if (!isRemovable(item.classification)) continue;
+        const SafetyVerdict verdict = guard.verdictForItem(item);
+        if (!verdict.isAllowed()) protect(item, *verdict.reason());
+    }
+}
+
+Finished runModule(const ScanModule& module, const ScanContext& context, const ScanRequest& request) {
     const auto start = Clock::now();
     // A cancelled module is never reported as a missing tool.
     ModuleResult result{
@@ -93,6 +117,7 @@ Finished runModule(const ScanModule& module, const ScanContext& context) {
     if (!context.isCancelled()) {
         result = module.scan(context);
         completeUnreachable(result, *context.diagnostics);
+        protectWhatMayNotGo(result, context, request);
     }
     return {std::move(result), {std::string(rawText(module.id())), secondsSince(start)}};
 }
@@ -137,20 +162,25 @@ std::vector<ModuleResult> runModules(const ModuleList& modules, const ScanContex
     std::size_t running = 0;
     for (const auto& module : modules) {
         if (request.disabledModules.contains(module->id())) continue;
+        const auto run = [&queue, &context, &request, module, place = running] {
+            Finished finished = runModule(*module, context, request);
+            finished.place = place;
+            queue.push(std::move(finished));
+        };
         running += 1;
-        const auto run = [&queue, &context, module] { queue.push(runModule(*module, context)); };
         try {
             threads.emplace_back(run);
         } catch (const std::system_error&) {
             run();  // no thread to be had: later than the others, but not left out
         }
     }
-    std::vector<ModuleResult> results;
-    while (results.size() < running) {
+    // In the modules' order, not as they finish: what two of one identity found stands in one order in every scan.
+    std::vector<ModuleResult> results(running);
+    for (std::size_t finishedCount = 0; finishedCount < running; ++finishedCount) {
         Finished finished = queue.pop();
         if (request.onModuleFinished) request.onModuleFinished(finished.result);
         timings.push_back(std::move(finished.timing));
-        results.push_back(std::move(finished.result));
+        results[finished.place] = std::move(finished.result);
     }
     return results;
 }

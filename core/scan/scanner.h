@@ -19,6 +19,8 @@ struct StageTiming {
 
 struct ScanRequest {
     std::set<ModuleID> disabledModules;
+    // The user's: what one of them holds back is shown, and offered by no module.
+    std::set<std::string> protectedPaths = {};
     bool includeProjects = true;  // for the search of projects, once there is one
     // One call at a time, in the order in which modules finish, from a thread of the scan; must not block.
     std::function<void(const ModuleResult&)> onModuleFinished;

@@ -84,10 +84,19 @@ ScanContext Session::context(const ScanOptions& options) const {
     return context;
 }
 
+std::expected<SafetyGuard, Error> Session::safetyGuard(const ScanReport& report) const {
+    const Preferences settings = preferences();
+    if (auto readable = settings.readable(); !readable) return std::unexpected(readable.error());
+    return SafetyGuard({.home = home_.path,
+                        .protectedPaths = settings.protectedPaths(),
+                        .appLeftovers = report.vouchedLeftoverPaths()});
+}
+
 ScanReport Session::scan(const ScanOptions& options) const {
     return Scanner(modules()).scan(context(options),
                                    {
                                        .disabledModules = modulesLeftOut(preferences(), options),
+                                       .protectedPaths = preferences().protectedPaths(),
                                        .includeProjects = options.includeProjects,
                                        .onModuleFinished = options.onModuleFinished,
                                        .onTimings = options.onTimings,

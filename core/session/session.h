@@ -1,12 +1,14 @@
 // How the rooms work together: the one place that wires them. Both faces drive this.
 #pragma once
 
+#include <expected>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "core/guard/safety_guard.h"
 #include "core/platform/user_defaults.h"
 #include "core/scan/scanner.h"
 #include "core/settings/full_disk_access.h"
@@ -51,6 +53,10 @@ class Session {
     ScanContext context(const ScanOptions& options) const;
 
     ScanReport scan(const ScanOptions& options) const;
+
+    // The guard for one removal of what the report offers, from the settings of this moment. An error when the settings
+    // cannot be trusted: without the protected paths nothing may go.
+    std::expected<SafetyGuard, Error> safetyGuard(const ScanReport& report) const;
 
   private:
     SessionHome home_;

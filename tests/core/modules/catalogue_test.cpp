@@ -4,6 +4,7 @@
 
 #include <set>
 
+#include "core/guard/safety_guard.h"
 #include "core/modules/default_modules.h"
 #include "core/scan/cancellation_flag.h"
 #include "core/text/byte_format.h"
@@ -47,6 +48,7 @@ TEST(Catalogue, FindsEveryFolderWithItsSizeAndItsWayOut) {
             home.file(spec.relativePath + "/data", 30'000);
     }
     const ScanContext context = contextOf(home);
+    const SafetyGuard guard({.home = home.path()});
     std::set<std::string> ids;
     for (const CatalogueModule* catalogue : catalogues()) {
         const ModuleResult result = catalogue->scan(context);
@@ -60,6 +62,7 @@ TEST(Catalogue, FindsEveryFolderWithItsSizeAndItsWayOut) {
                       (std::vector<Fact>{{"Last modified", "today"}, {"Files", "1"}}));
             EXPECT_EQ(item.removal.isCommand(), item.id == "python.uv" || item.id == "go.goModules")
                 << item.id;
+            EXPECT_EQ(guard.verdictForItem(item).isAllowed(), isRemovable(item.classification)) << item.id;
             EXPECT_EQ(item.pathIdentities.size(), item.removal.isCommand() ? 0U : 1U) << item.id;
         }
     }

@@ -4,19 +4,14 @@
 
 #include "core/modules/python_config.h"
 #include "tests/support/disk_usage.h"
-#include "tests/support/test_home.h"
+#include "tests/support/item_checks.h"
 
 namespace brindle {
 namespace {
 
+using test::contextOf;
+using test::factOf;
 using test::TestHome;
-
-ScanContext contextOf(const TestHome& home) {
-    ScanContext context;
-    context.home = home.path();
-    context.now = std::chrono::system_clock::now();
-    return context;
-}
 
 void interpreter(TestHome& home, const std::string& name) {
     home.file(".pyenv/versions/" + name + "/bin/python", 40'000);
@@ -29,17 +24,15 @@ void environment(TestHome& home, const std::string& relative, const std::string&
     home.file(relative + "/lib/package", 20'000);
 }
 
-std::string factOf(const CleanupItem& item, std::string_view label) {
-    for (const Fact& fact : item.explanation.facts) {
-        if (fact.storedLabel == label) return fact.storedValue;
-    }
-    return "";
-}
-
 TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
     TestHome home;
-    for (const char* name : {"2.7.18", "3.8.1", "3.9.7", "3.10.4", "3.11.4", "3.12.0", "3.13.1", "pypy3.9"})
+    for (const char* name : {"2.7.18", "3.7.1", "3.8.1", "3.9.7", "3.10.4", "3.11.4", "3.12.0", "3.13.1",
+                             "pypy3.9-7.3.12", "miniforge3-24.1"})
         interpreter(home, name);
+    TestHome drive;
+    drive.text("work/.python-version", "3.7\n");
+    drive.folder("work/tool");
+    home.file(".pyenv/versions/miniforge3-24.1/envs/data/conda-meta/history");
     home.text(".pyenv/version", "3.9.7  pypy3.9 # both\n");
     home.text("work/.python-version", "python-3.10\n");
     home.text("work/.project-of-none", "");
@@ -50,17 +43,19 @@ TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
     home.text("work/tool/.python-version", "latest\nsystem\n");
     environment(home, ".pyenv/versions/3.8.1/envs/old", "3.8.1");
     ScanContext context = contextOf(home);
-    context.activeProjectPaths = {home.path("work/tool")};
+    context.activeProjectPaths = {home.path("work/tool"), drive.path("work/tool")};
 
     const std::map<std::string, std::string> users = {
         {"2.7.18", ""},
+        {"3.7.1", drive.path("work/.python-version")},
         {"3.8.1", "~/.pyenv/versions/3.8.1/envs/old"},
         {"3.9.7", "~/.pyenv/version"},
         {"3.10.4", "~/work/.python-version"},
         {"3.11.4", "~/work/tool/.venv"},
         {"3.12.0", "~/.local/pipx/venvs/black"},
         {"3.13.1", "~/work/tool/.python-version"},
-        {"pypy3.9", "~/.pyenv/version"},
+        {"pypy3.9-7.3.12", "~/.pyenv/version"},
+        {"miniforge3-24.1", "~/.pyenv/versions/miniforge3-24.1/envs/data"},
     };
     const ModuleResult result = PythonRuntimesModule().scan(context);
     ASSERT_EQ(result.items.size(), users.size());  // the alias is none
@@ -81,12 +76,12 @@ TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {
     TestHome home;
     interpreter(home, "3.12.0");
     home.folder("work/alive");
-    for (const char* name : {"alive", "moved", "lonely", "broken", "checkout"})
+    for (const char* name : {"alive", "moved", "lonely", "broken", "it's out"})
         environment(home, std::string(".virtualenvs/") + name,
                     name == std::string("broken") ? "3.6" : "3.12.0");
     home.text(".virtualenvs/alive/.project", home.path("work/alive") + "\n");
     home.text(".virtualenvs/moved/.project", home.path("work/moved/") + "\n");
-    home.file(".virtualenvs/checkout/src/library/.git/HEAD");
+    home.file(".virtualenvs/it's out/src/library/.git/HEAD");
     home.file(".virtualenvs/postactivate");
     home.file(".virtualenvs/wheels/a.whl");  // a folder that is no environment
     std::map<std::string, CleanupItem> found;
@@ -101,7 +96,9 @@ TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {
     EXPECT_TRUE(why("moved").starts_with("The project it was made for is no longer there"));
     EXPECT_TRUE(why("lonely").starts_with("Nothing says which project"));
     EXPECT_TRUE(why("broken").starts_with("Its interpreter is gone"));
-    EXPECT_EQ(found.at("python.environment.checkout").classification, Classification::protected_);
+    EXPECT_EQ(found.at("python.environment.it's out").classification, Classification::protected_);
+    EXPECT_EQ(factOf(found.at("python.environment.it's out"), "Remove it yourself with"),
+              "rmvirtualenv 'it'\\''s out'");
     EXPECT_EQ(found.at("python.runtime.3.12.0").classification, Classification::protected_);
     EXPECT_EQ(found.at("python.environment.lonely").removal.affectedPaths(),
               std::vector{home.path(".virtualenvs/lonely")});
@@ -116,7 +113,8 @@ TEST(PythonConfig, ReadsEveryFormThatToolsWrite) {
                                 "/b/python3\nbase-prefix = no"),
               (PyvenvConfig{{"/a/bin", "/b/python3"}, "3.12.1.final.0"}));
     EXPECT_TRUE(namesPythonVersion("3.1", "3.1.5"));
-    EXPECT_FALSE(namesPythonVersion("3.1", "3.11.5"));
+    EXPECT_TRUE(namesPythonVersion("3.13t", "3.13.1t"));
+    EXPECT_FALSE(namesPythonVersion("3.13t", "3.13.1") || namesPythonVersion("3.1", "3.11.5"));
 }
 
 }  // namespace

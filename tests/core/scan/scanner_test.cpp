@@ -16,20 +16,14 @@ using Reason = UnreachableLocation::Reason;
 
 CleanupItem itemOf(std::string id, std::uint64_t bytes, Classification classification = Classification::safe,
                    std::vector<std::string> unreadable = {}, std::vector<std::string> foreign = {}) {
-    DirectoryMeasurement measurement;
-    measurement.allocatedBytes = bytes;
-    measurement.unreadablePaths = std::move(unreadable);
-    measurement.otherVolumePaths = std::move(foreign);
-    return CleanupItem({.id = std::move(id),
-                        .moduleID = ModuleID::xcode,
-                        .title = "title",
-                        .detail = "detail",
-                        .measurement = measurement,
-                        .classification = classification,
-                        .explanation = {},
-                        .removal = {DeletePaths{}},
-                        .projectPath = std::nullopt,
-                        .clears = std::nullopt});
+    CleanupItemFields fields;
+    fields.id = std::move(id);
+    fields.measurement.allocatedBytes = bytes;
+    fields.measurement.unreadablePaths = std::move(unreadable);
+    fields.measurement.otherVolumePaths = std::move(foreign);
+    fields.classification = classification;
+    fields.removal = {RunCommand{"brew", {"autoremove"}}};
+    return CleanupItem(std::move(fields));
 }
 
 // A module that answers what it is told to.
@@ -41,8 +35,9 @@ class FixedModule : public ScanModule {
     bool isPresent(const ScanContext&) const override { return true; }
     ModuleResult scan(const ScanContext& context) const override {
         std::this_thread::sleep_for(std::chrono::milliseconds(pause_));
-        if (result_.moduleID == ModuleID::go) context.diagnostics->record("/stray", Reason::permissionDenied);
-        if (result_.moduleID == ModuleID::go) context.diagnostics->record("/b", Reason::permissionDenied);
+        for (const char* stray : {"/stray", "/b"}) {
+            if (id() == ModuleID::go) context.diagnostics->record(stray, Reason::permissionDenied);
+        }
         return result_;
     }
 
@@ -82,17 +77,14 @@ TEST(Scanner, MergesModulesLargestFirstAndNamesEveryPlaceOnce) {
         module({ModuleID::node, {}, {}, false}),
     };
     std::vector<ModuleID> finished;
-    const ScanReport report = Scanner(modules).scan(
-        contextOf(home),
-        {.disabledModules = {},
-         .includeProjects = true,
-         .onModuleFinished = [&](const ModuleResult& result) { finished.push_back(result.moduleID); },
-         .onTimings = {}});
+    ScanRequest request;
+    request.onModuleFinished = [&](const ModuleResult& result) { finished.push_back(result.moduleID); };
+    const ScanReport report = Scanner(modules).scan(contextOf(home), request);
 
     ASSERT_EQ(report.modules.size(), 4U);
     EXPECT_EQ(report.modules[0].moduleID, ModuleID::go);
     const ModuleResult& xcode = report.modules[1];
-    EXPECT_EQ(xcode.items.front().id, "xcode.early");
+    EXPECT_EQ(xcode.items.front().id, "xcode.late");
     EXPECT_TRUE(xcode.isToolchainInstalled);
     EXPECT_EQ(paths(xcode.unreachable), (std::vector<std::string>{"/b", "/c", "/a"}));
     EXPECT_EQ(xcode.unreachable[0], own);
@@ -118,13 +110,8 @@ TEST(Scanner, LeavesOutWhatIsDisabledAndReportsNothingWhenCancelled) {
                                 module({ModuleID::python, {itemOf("python.a", 1)}, {}, false}),
                                 module({ModuleID::python, {itemOf("python.b", 1)}, {}, false})};
     ScanRequest request;
-    request.disabledModules = {ModuleID::python};
-    ScanReport report = Scanner(modules).scan(contextOf(home), request);
-    ASSERT_EQ(report.modules.size(), 1U);
-    EXPECT_EQ(report.modules[0].moduleID, ModuleID::rust);
-
     request.disabledModules = {ModuleID::python, ModuleID::rust};
-    report = Scanner(modules).scan(contextOf(home), request);
+    ScanReport report = Scanner(modules).scan(contextOf(home), request);
     EXPECT_TRUE(report.modules.empty());
     EXPECT_EQ(report.storage.size(), 5U);
 
@@ -134,22 +121,63 @@ TEST(Scanner, LeavesOutWhatIsDisabledAndReportsNothingWhenCancelled) {
     cancelled.isCancelled = flag.checker();
     report = Scanner(modules).scan(cancelled, {});
     ASSERT_EQ(report.modules.size(), 2U);
-    for (const ModuleResult& result : report.modules) {
-        EXPECT_TRUE(result.items.empty());
-        EXPECT_TRUE(result.isToolchainInstalled);
+    EXPECT_TRUE(report.allItems().empty());
+    for (const ModuleResult& result : report.modules) EXPECT_TRUE(result.isToolchainInstalled);
+}
+
+TEST(Scanner, ProtectsWhatTheGuardWouldRefuseAndSaysWhy) {
+    test::TestHome home;
+    home.folder("elsewhere");
+    home.link(".cache", "elsewhere");
+    const auto item = [&](const std::string& relative,
+                          Classification classification = Classification::review) {
+        CleanupItem made = itemOf("leftovers." + relative, 10, classification);
+        made.explanation = {"what", "next", "why", Regeneration{}, {{"Files", "1"}}};
+        made.clears = "more";
+        made.removal = {DeletePaths{{home.path(relative)}}};
+        return made;
+    };
+    ScanRequest request;
+    request.protectedPaths = {home.path("Library/Logs/kept/one")};
+    const std::string leftover = "Library/WebKit/org.example.app";
+    std::set<std::string> vouched;
+    request.onModuleFinished = [&](const ModuleResult& result) { vouched = result.vouchedLeftoverPaths(); };
+    const std::vector<CleanupItem> found = {item(leftover), item("Library/Logs/kept"), item(".cache/uv"),
+                                            item(".npm/x"),
+                                            item(".claude/projects", Classification::protected_)};
+    for (const ModuleID id : {ModuleID::leftovers, ModuleID::tools}) {
+        const ModuleResult result{id, found, {}, true};
+        const ScanReport report = Scanner({module(result)}).scan(contextOf(home), request);
+        const std::vector<CleanupItem> items = report.allItems();
+        ASSERT_EQ(items.size(), 5U);
+        const bool isVouched = id == ModuleID::leftovers;
+        EXPECT_EQ(isRemovable(items[0].classification), isVouched);
+        EXPECT_EQ(report.vouchedLeftoverPaths(), vouched);
+        EXPECT_EQ(vouched, isVouched ? std::set{home.path(leftover)} : std::set<std::string>());
+        EXPECT_EQ(isRemovable(items[3].classification), !isVouched);
+        const std::vector<Fact> facts = {
+            {"Files", "1"}, {"Not removed because", "inside a protected path: ~/Library/Logs/kept/one"}};
+        EXPECT_EQ(items[1].explanation,
+                  (Explanation{"what", "Nothing is removed by Brindle.", {}, {}, facts}));
+        EXPECT_EQ(items[1].clears, std::nullopt);
+        EXPECT_EQ(items[2].classification, Classification::protected_);
+        EXPECT_EQ(items[2].explanation.facts.back(),
+                  (Fact{"Not removed because", "a parent directory is a symlink"}));
+        EXPECT_EQ(report.reclaimableBytes(), 10U);
+        EXPECT_EQ(items[4], result.items[4]);
     }
 }
 
 TEST(StorageBreakdown, SumsToTheCapacity) {
     using Kind = StorageCategory::Kind;
+    const StorageSurvey survey{.applicationsBytes = 300, .documentsBytes = 100};
     struct Row {
-        std::uint64_t total, free, developer, other;
+        std::uint64_t total, free, other;
         StorageSurvey survey;
     };
-    for (const Row& row : {Row{1000, 300, 200, 500, {}},
-                           Row{1000, 300, 200, 100, {.applicationsBytes = 300, .documentsBytes = 100}},
-                           Row{1000, 900, 200, 0, {}}, Row{100, 200, 0, 0, {}}}) {
-        const auto slices = storageBreakdown(DiskInfo{"v", row.total, row.free}, row.developer, row.survey);
+    for (const Row& row : {Row{1000, 300, 500, {}}, Row{1000, 300, 100, survey}, Row{1000, 900, 0, {}},
+                           Row{100, 200, 0, {}}}) {
+        const auto slices = storageBreakdown(DiskInfo{"v", row.total, row.free}, 200, row.survey);
         ASSERT_EQ(slices.size(), 5U);
         EXPECT_EQ(slices[3].kind, Kind::other);
         EXPECT_EQ(slices[3].bytes, row.other);

@@ -34,9 +34,6 @@ TEST(Session, ScansANamedHomeWithItsOwnSettings) {
     const Session session = sessionOf(home);
     EXPECT_EQ(idsOf(session.scan({})), (std::vector<std::string>{"android.gradle", "python.uv"}));
 
-    ScanOptions onlyPython;
-    onlyPython.only = ModuleID::python;
-    EXPECT_EQ(idsOf(session.scan(onlyPython)), std::vector<std::string>{"python.uv"});
     ScanOptions onlyDisabled;
     onlyDisabled.only = ModuleID::rust;
     EXPECT_EQ(session.modulesToRun(onlyDisabled), std::vector{ModuleID::rust});
@@ -57,10 +54,33 @@ TEST(Session, CountsAFileOfTwoCachesOnceAndKeepsOddNames) {
     EXPECT_EQ(report.developerBytes(),
               test::diskUsage(std::vector{home.path(".cache/uv"), home.path(".cargo/registry")}));
     std::uint64_t deduplicated = 0;
-    for (const CleanupItem& item : report.allItems()) deduplicated += item.measurement.deduplicatedBytes;
+    for (const CleanupItem& item : report.allItems()) {
+        deduplicated += item.measurement.deduplicatedBytes;
+        EXPECT_TRUE(item.measurement.isComplete());
+    }
     EXPECT_EQ(deduplicated, 200'704U);
-    EXPECT_FALSE(report.isPartial());
     EXPECT_NO_THROW(reportJson(report, home.path()).dump());
+}
+
+TEST(Session, GuardsWithWhatTheUserProtectsAndNotAtAllWhenThatCannotBeRead) {
+    TestHome home;
+    home.file(".gradle/caches/jar");
+    home.folder("elsewhere");
+    home.link(".cargo", "elsewhere");
+    home.file("elsewhere/registry/index");
+    home.text(".config/brindle/preferences.json",
+              R"({"brindle.protectedPaths": [")" + home.path(".gradle") + "\"]}");
+    const Session session = sessionOf(home);
+    const ScanReport report = session.scan({});
+    EXPECT_EQ(idsOf(report), (std::vector<std::string>{"android.gradle", "rust.cargoRegistry"}));
+    EXPECT_EQ(report.reclaimableBytes(), 0U);
+    const auto guard = session.safetyGuard(report);
+    ASSERT_TRUE(guard);
+    EXPECT_FALSE(guard->verdictForDeleting(home.path(".gradle/caches")).isAllowed());
+    EXPECT_TRUE(guard->verdictForDeleting(home.path(".npm/x")).isAllowed());
+
+    home.text(".config/brindle/preferences.json", R"({"brindle.protectedPaths": "all"})");
+    EXPECT_FALSE(session.safetyGuard(report));
 }
 
 TEST(SessionUnprivileged, NamesEveryPlaceItCouldNotRead) {

@@ -1,0 +1,243 @@
+#include "core/guard/safety_guard.h"
+
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "core/guard/safety_tables.h"
+#include "core/platform/file_status.h"
+#include "core/platform/known_folders.h"
+#include "core/platform/machine.h"
+#include "core/platform/path_text.h"
+#include "core/text/core_strings.h"
+#include "core/text/utf8.h"
+#include "core/tools/process_runner.h"
+
+namespace brindle {
+
+namespace {
+
+template <typename... Arguments>
+SafetyVerdict refused(std::string_view key, const Arguments&... arguments) {
+    return SafetyVerdict::refused(localized(key, arguments...));
+}
+
+SafetyVerdict unreadable() {
+    return refused("The path is no longer readable. Scan again.");
+}
+
+SafetyVerdict neverRemovable(std::string_view name) {
+    return refused("contains %@, which is never removable", name);
+}
+
+template <typename Range>
+bool holds(const Range& range, std::string_view name) {
+    return std::ranges::find(range, name) != std::ranges::end(range);
+}
+
+bool leadsUp(std::string_view path) {
+    return holds(pathComponents(path), "..");
+}
+
+std::string knownHome(const std::string& home) {
+    const std::string standard = standardisedPath(home);
+    return !standard.starts_with('/') || standard == "/" || leadsUp(home) ? "" : standard;
+}
+
+// Where the folder really lies. Its missing part is as written: what is missing is no link. Empty when a link on the way
+// leads nowhere, absent when that cannot be told.
+std::optional<std::string> resolvedFolder(const std::string& folder) {
+    auto resolved = canonicalPath(folder);
+    if (resolved) return *std::move(resolved);
+    if (resolved.error().kind != Error::Kind::missing || folder == "/") return std::nullopt;
+    if (statusOf(folder)) return "";
+    auto above = resolvedFolder(folderOf(folder));
+    if (!above || above->empty()) return above;
+    return standardisedPath(*above + "/" + std::string(lastComponent(folder)));
+}
+
+// What the user named, and where it leads, be its end there yet or not: either is meant.
+std::vector<std::string> protectedForms(const std::string& path) {
+    std::vector<std::string> forms = {standardisedPath(path)};
+    if (!path.starts_with('/')) return forms;
+    auto resolved = resolvedFolder(path);
+    if (resolved && !resolved->empty() && *resolved != forms.front()) forms.push_back(*std::move(resolved));
+    return forms;
+}
+
+bool isLauncher(std::string_view command) {
+    return holds(kLaunchers, command);
+}
+
+}  // namespace
+
+SafetyGuard::SafetyGuard(SafetyScope scope) : scope_(std::move(scope)) {
+    scope_.home = knownHome(scope_.home);
+}
+
+SafetyVerdict SafetyGuard::verdictForItem(const CleanupItem& item) const {
+    if (item.classification == Classification::protected_) return refused("classified protected");
+    if (const auto* command = std::get_if<RunCommand>(&item.removal.how)) {
+        std::string_view name = lastComponent(command->executable);
+        if (isLauncher(name) && !command->arguments.empty()) name = command->arguments.front();
+        if (const Refusal refusal = dataRefusal(name)) return *refusal;
+        return verdictForRunning(command->executable, command->arguments);
+    }
+    const std::vector<std::string>& paths = item.removal.affectedPaths();
+    if (paths.empty()) return refused("nothing to remove");
+    for (const std::string& path : paths) {
+        SafetyVerdict verdict = verdictForDeleting(path);
+        if (!verdict.isAllowed()) return verdict;
+    }
+    return SafetyVerdict::allowed();
+}
+
+SafetyVerdict SafetyGuard::verdictForDeleting(const std::string& path) const {
+    if (path.contains('\0') || leadsUp(path)) return refused("invalid path or parent-directory traversal");
+    const std::string standard = standardisedPath(path);
+    if (const Refusal refusal = placeRefusal(standard)) return *refusal;
+    if (const Refusal refusal = protectedVerdict(standard)) return *refusal;
+    if (const Refusal refusal = symlinkVerdict(standard)) return *refusal;
+    if (scope_.projectArtifacts.contains(standard)) return artifactVerdict(standard);
+    if (scope_.appLeftovers.contains(standard)) return leftoverVerdict(standard);
+    return cacheVerdict(standard);
+}
+
+SafetyGuard::Refusal SafetyGuard::placeRefusal(std::string_view path) const {
+    if (!path.starts_with('/')) return refused("not an absolute path");
+    if (path.contains("..")) return refused("path tries to climb out of its directory");
+    if (path == home()) return refused("that is the home folder itself");
+    if (!isBelow(path, home())) return refused("outside the home folder");
+    for (const std::string_view name : pathComponents(relative(path))) {
+        if (holds(kNeverRemovable, name)) return neverRemovable(name);
+    }
+    return std::nullopt;
+}
+
+SafetyGuard::Refusal SafetyGuard::protectedVerdict(std::string_view path) const {
+    for (const std::string& chosen : scope_.protectedPaths) {
+        for (const std::string& form : protectedForms(chosen)) {
+            if (isAtOrBelow(path, form) || isBelow(form, path)) {
+                return refused("inside a protected path: %@",
+                               abbreviatedPath(standardisedPath(chosen), home()));
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+SafetyGuard::Refusal SafetyGuard::symlinkVerdict(const std::string& path) const {
+    const auto status = statusOf(path);
+    if (!status && status.error().kind != Error::Kind::missing) return unreadable();
+    if (status && status->isLink()) return refused("that path is a symlink");
+    const std::string parent = folderOf(path);
+    const auto resolved = resolvedFolder(parent);
+    const auto resolvedHome = resolvedFolder(home());
+    if (!resolved || !resolvedHome) return unreadable();
+    if (*resolved != parent) return refused("a parent directory is a symlink");
+    // Beside a home that is moved at this moment the two need not agree.
+    if (!isAtOrBelow(*resolved, *resolvedHome))
+        return refused("resolves to a location outside the home folder");
+    return std::nullopt;
+}
+
+SafetyVerdict SafetyGuard::artifactVerdict(std::string_view path) const {
+    const bool isKnown = scope_.artifactNames.contains(std::string(lastComponent(path)));
+    return isKnown ? SafetyVerdict::allowed() : refused("not a recognised generated directory");
+}
+
+SafetyVerdict SafetyGuard::leftoverVerdict(std::string_view path) const {
+    if (!looksLikeBundleIdentifier(lastComponent(path))) {
+        return refused("not named like an application's own folder");
+    }
+    if (!holds(kApplicationDataFolders, folderOf(relative(path)))) {
+        return refused("not directly inside a folder applications leave data in");
+    }
+    return SafetyVerdict::allowed();
+}
+
+SafetyVerdict SafetyGuard::cacheVerdict(std::string_view path) const {
+    const std::string_view place = relative(path);
+    for (const std::string_view name : pathComponents(place)) {
+        if (holds(kForbiddenComponents, name)) return neverRemovable(name);
+    }
+    for (const std::string_view root : kAllowedRoots) {
+        if (place == root && !root.contains('/')) return refused("too close to the top of the home folder");
+        if (isAtOrBelow(place, root)) return SafetyVerdict::allowed();
+    }
+    return refused("not inside a location Brindle is allowed to clean");
+}
+
+SafetyGuard::Refusal SafetyGuard::dataRefusal(std::string_view command) const {
+    constexpr std::string_view kCaches = "Library/Caches";
+    for (const auto& [owner, location] : kDataLocations) {
+        if (owner != command) continue;
+        if (auto refusal = protectedVerdict(home() + "/" + std::string(location))) return refusal;
+        if (!isBelow(location, kCaches)) continue;
+        const std::string_view below = location.substr(kCaches.size());
+        if (auto refusal = protectedVerdict(fmt::format("{}/{}{}", home(), kUserCachesFolder, below)))
+            return refusal;
+    }
+    return std::nullopt;
+}
+
+SafetyVerdict SafetyGuard::verdictForRunning(const std::string& executable,
+                                             const std::vector<std::string>& arguments) const {
+    std::string command(lastComponent(executable));
+    if (executable.contains('/')) {
+        const auto trusted = ProcessRunner::developerPathsFor(home());
+        const auto isIt = [&](const std::string& folder) { return folder + "/" + command == executable; };
+        if (home().empty() || command.empty() || std::ranges::none_of(trusted, isIt))
+            return refused("untrusted executable location");
+    }
+    ArgumentList judged = arguments;
+    if (isLauncher(command)) {
+        if (judged.empty()) return refused("no command given");
+        command = judged.front();
+        judged.erase(judged.begin());
+    }
+    const auto approved = allowedCommands().find(command);
+    if (approved == allowedCommands().end()) return refused("%@ is not a command Brindle may run", command);
+    if (approved->second.contains(judged)) return SafetyVerdict::allowed();
+    judged.insert(judged.begin(), command);
+    return refused("%@ is not an approved invocation", fmt::format("{}", fmt::join(judged, " ")));
+}
+
+bool SafetyGuard::looksLikeBundleIdentifier(std::string_view name) {
+    constexpr std::array<std::string_view, 3> kSuffixes = {".savedState", ".plist", ".binarycookies"};
+    const auto* suffix = std::ranges::find_if(kSuffixes, [&](auto ending) { return name.ends_with(ending); });
+    if (suffix != kSuffixes.end()) name.remove_suffix(suffix->size());
+    if (name == "com.apple" || name.starts_with("com.apple.")) return false;
+    int parts = 1;
+    std::size_t length = 0;  // of the current part
+    while (!name.empty()) {
+        const Utf8Character letter = firstCharacter(name);
+        name.remove_prefix(letter.bytes.size());
+        const bool isDot = letter.code == '.';
+        if (isDot && length == 0) return false;
+        if (!isDot && letter.code != '-' && letter.code != '_' && !isLetterOrDigit(letter.code)) return false;
+        parts += isDot ? 1 : 0;
+        length = isDot ? 0 : length + 1;
+    }
+    return length > 0 && parts >= 3;
+}
+
+bool SafetyGuard::isInsideVendoredPackage(std::string_view path) const {
+    if (!isBelow(path, home()) || leadsUp(path)) return false;
+    const auto names = pathComponents(relative(path));
+    return std::ranges::any_of(kVendoredPackages, [&](std::string_view pattern) {
+        const auto wanted = pathComponents(pattern);
+        const auto matches = [](std::string_view name, std::string_view want) {
+            return want == "*" ? name != "." : name == want;
+        };
+        return std::ranges::mismatch(names, wanted, matches).in2 == wanted.end();
+    });
+}
+
+std::string_view SafetyGuard::relative(std::string_view path) const {
+    return path.substr(home().size() + 1);
+}
+
+}  // namespace brindle

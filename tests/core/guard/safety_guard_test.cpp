@@ -1,0 +1,199 @@
+#include "core/guard/safety_guard.h"
+
+#include <gtest/gtest.h>
+
+#include <tuple>
+
+#include "core/guard/safety_tables.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::TestHome;
+
+constexpr const char* kAllowed = "";
+constexpr const char* kOutside = "outside the home folder";
+constexpr const char* kParentLink = "a parent directory is a symlink";
+
+std::string reasonOf(const SafetyVerdict& verdict) {
+    return verdict.reason().value_or(kAllowed);
+}
+
+std::string never(const std::string& name) {
+    return "contains " + name + ", which is never removable";
+}
+
+CleanupItem itemOf(RemovalStrategy removal, Classification classification = Classification::safe) {
+    CleanupItemFields fields;
+    fields.classification = classification;
+    fields.removal = std::move(removal);
+    return CleanupItem(std::move(fields));
+}
+
+TEST(SafetyGuard, JudgesAPathByItsNames) {
+    const TestHome home;
+    const auto below = [&](const std::set<std::string>& places) {
+        std::set<std::string> paths;
+        for (const std::string& place : places) paths.insert(home.path() + place);
+        return paths;
+    };
+    const std::string app = "/Library/Application Support/org.example.app";
+    const SafetyGuard guard(
+        {.home = home.path() + "/",
+         .projectArtifacts = below({"/Documents/web/node_modules", "/code/.git/node_modules", "/code/odd"}),
+         .artifactNames = {"node_modules"},
+         .appLeftovers = below({app, app + "/org.example.app", "/Library/Caches/com.apple.app",
+                                "/Library/Logs/example.app", "/Library/Preferences/org.example.app"})});
+    for (const auto& [reason, places] : std::vector<std::pair<std::string, std::vector<std::string>>>{
+             {kAllowed,
+              {"/.npm/_cacache", "//.npm/./_cacache//", "/.npm/caf\xe9", "/Library/Caches", "/go/pkg/mod",
+               "/Library/Application Support/Code/Cache/x", "/Documents/web/node_modules", app}},
+             {"invalid path or parent-directory traversal",
+              {std::string("/.npm/a\0b", 9), "/Library/Caches/../Documents", "/.."}},
+             {"path tries to climb out of its directory", {"/.cache/foo..bar"}},
+             {"that is the home folder itself", {"", "//.//"}},
+             {kOutside, {"-other/.npm/x"}},
+             {"too close to the top of the home folder", {"/.npm", "/.npm/"}},
+             {"not inside a location Brindle is allowed to clean",
+              {"/.npmx/a", "/Library", "/Library/Cachesx", "/Library/Application Support/Code", "/go/pkg",
+               "/Library/Application Support/org.example.other"}},
+             {never(".git"), {"/Library/Caches/x/.git/objects", "/code/.git/node_modules"}},
+             {never("Keychains"), {"/Library/Keychains/x"}},
+             {never(".config"), {"/.cache/.config/Music"}},
+             {never("Documents"), {"/Documents/web/build", "/Documents/web/node_modules/x"}},
+             {"not a recognised generated directory", {"/code/odd"}},
+             {"not named like an application's own folder",
+              {"/Library/Caches/com.apple.app", "/Library/Logs/example.app"}},
+             {"not directly inside a folder applications leave data in",
+              {"/Library/Preferences/org.example.app", app + "/org.example.app"}}}) {
+        for (const std::string& place : places) {
+            EXPECT_EQ(reasonOf(guard.verdictForDeleting(home.path() + place)), reason) << place;
+        }
+    }
+    EXPECT_EQ(reasonOf(guard.verdictForDeleting(home.path().substr(1) + "/.npm/x")), "not an absolute path");
+    EXPECT_EQ(reasonOf(guard.verdictForDeleting("/")), kOutside);
+    for (const std::string& noHome : {std::string("/"), home.path("x/.."), std::string("home")}) {
+        const SafetyGuard lost({.home = noHome});
+        for (const std::string& path : {home.path(".npm/x"), std::string("/.npm/x")}) {
+            EXPECT_EQ(reasonOf(lost.verdictForDeleting(path)), kOutside) << noHome << " " << path;
+        }
+        EXPECT_FALSE(lost.verdictForRunning("/.local/bin/go", {"clean", "-modcache"}).isAllowed()) << noHome;
+    }
+}
+
+TEST(SafetyGuard, FollowsNoLinkAndTakesWhatItCannotSeeForANo) {
+    TestHome home;
+    home.folder("user-files/uv");
+    home.file("me/.cache/real/data");
+    home.link("me/.cache/link", "real");
+    home.link("me/.cache/dangling", "nowhere");
+    home.link("me/.cache/loop", "loop");
+    home.link("me/.npm", "../user-files");
+    home.link("alias", "me");
+    const SafetyGuard guard({.home = home.path("me")});
+    for (const auto& [reason, places] : std::vector<std::pair<std::string, std::vector<std::string>>>{
+             {kAllowed, {".cache/real", ".cache/real/data", ".cache/gone/deep/down"}},
+             {"that path is a symlink", {".cache/link", ".cache/dangling"}},
+             {kParentLink, {".cache/link/data", ".cache/dangling/a/b", ".npm/uv"}},
+             {"The path is no longer readable. Scan again.", {".cache/loop/a"}}}) {
+        for (const std::string& place : places) {
+            EXPECT_EQ(reasonOf(guard.verdictForDeleting(home.path("me/" + place))), reason) << place;
+        }
+    }
+    const SafetyGuard aliased({.home = home.path("alias")});
+    EXPECT_EQ(reasonOf(aliased.verdictForDeleting(home.path("alias/.cache/real"))), kParentLink);
+}
+
+TEST(SafetyGuard, HoldsToWhatTheUserProtects) {
+    TestHome home;
+    home.file(".cache/models/one/data");
+    home.link("work", ".cache/models");
+    for (const auto& [chosen, path, shown] : std::vector<std::array<std::string, 3>>{
+             {home.path(".npm/"), home.path(".npm/a/b"), "~/.npm"},
+             {home.path(".gradle/x/../caches"), home.path(".gradle/caches"), "~/.gradle/caches"},
+             {home.path(".cache/a/b"), home.path(".cache/a"), "~/.cache/a/b"},
+             {home.path("work"), home.path(".cache/models/one"), "~/work"},
+             {home.path("work/new"), home.path(".cache/models/new"), "~/work/new"},
+             {home.path("work/one/data"), home.path(".cache/models"), "~/work/one/data"},
+             {home.path(), home.path(".cache/a"), "~"},
+             {"/", home.path(".cache/a"), "/"}}) {
+        const SafetyGuard guard({.home = home.path(), .protectedPaths = {chosen}});
+        EXPECT_EQ(reasonOf(guard.verdictForDeleting(path)), "inside a protected path: " + shown);
+    }
+    const SafetyGuard guard(
+        {.home = home.path(), .protectedPaths = {home.path(".npm"), home.path(".cache/a")}});
+    EXPECT_TRUE(guard.verdictForDeleting(home.path(".cache/ab")).isAllowed());
+
+    const RunCommand npm{"/usr/bin/env", {"npm", "cache", "clean", "--force"}};
+    const RunCommand docker{"docker", {"volume", "prune", "-f"}};
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({npm}))), "inside a protected path: ~/.npm");
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({docker}))), kAllowed);
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({docker}, Classification::protected_))),
+              "classified protected");
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({RunCommand{"/usr/bin/env", {}}}))), "no command given");
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({DeletePaths{}}))), "nothing to remove");
+    const std::string good = home.path(".bun/x");
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({DeletePaths{{good}}}))), kAllowed);
+    EXPECT_EQ(reasonOf(guard.verdictForItem(itemOf({DeletePaths{{good, "/etc", home.path()}}}))), kOutside);
+}
+
+TEST(SafetyGuard, RunsApprovedInvocationsOnly) {
+    const TestHome home;
+    const SafetyGuard guard({.home = home.path()});
+    for (const auto& [command, approved] : allowedCommands()) {
+        for (ArgumentList arguments : approved) {
+            EXPECT_TRUE(guard.verdictForRunning(command, arguments).isAllowed()) << command;
+            arguments.emplace_back("--more");
+            EXPECT_FALSE(guard.verdictForRunning(command, arguments).isAllowed()) << command;
+        }
+    }
+    EXPECT_EQ(allowedCommands().size(), 8U);
+    constexpr const char* kUntrusted = "untrusted executable location";
+    using Invocation = std::tuple<std::string, ArgumentList, std::string>;
+    for (const auto& [executable, arguments, reason] : std::vector<Invocation>{
+             {"brew", {"cleanup"}, "brew cleanup is not an approved invocation"},
+             {"pnpm", {}, "pnpm is not an approved invocation"},
+             {"xcrun", {"simctl", "delete", "unavailable"}, kAllowed},
+             {"/usr/bin/env", {"uv", "cache", "clean"}, kAllowed},
+             {"/usr/bin/env", {"uv", "cache clean"}, "uv cache clean is not an approved invocation"},
+             {"env", {"env", "uv", "cache", "clean"}, "env is not a command Brindle may run"},
+             {"env", {"PATH=/evil", "go", "clean"}, "PATH=/evil is not a command Brindle may run"},
+             {"xcrun", {}, "no command given"},
+             {home.path(".local/bin/uv"), {"cache", "clean"}, kAllowed},
+             {home.path("bin/uv"), {"cache", "clean"}, kUntrusted},
+             {"/usr/bin/../bin/uv", {"cache", "clean"}, kUntrusted},
+             {"./uv", {"cache", "clean"}, kUntrusted},
+             {"/usr/bin/", {}, kUntrusted},
+             {"rm", {"-rf", "/"}, "rm is not a command Brindle may run"},
+             {"", {}, " is not a command Brindle may run"}}) {
+        EXPECT_EQ(reasonOf(guard.verdictForRunning(executable, arguments)), reason) << executable;
+    }
+}
+
+TEST(SafetyGuard, KnowsApplicationsFoldersAndVendoredPackagesByName) {
+    for (const char* name :
+         {"org.example.app", "org.example.app.plist", "com.example.x.savedState", "a.b-c.d_1",
+          "jp.caf\xc3\xa9.\xd9\xa3", "com.applesauce.app", "x.y.z.binarycookies"}) {
+        EXPECT_TRUE(SafetyGuard::looksLikeBundleIdentifier(name)) << name;
+    }
+    for (const char* name :
+         {"", "example.app", "example.app.plist", "com.apple.app", "com.apple", "a..b", "a.b.", ".a.b",
+          "a.b.c d", "a.b.c/d", "a.b.caf\xe9", "com.apple.plist", "a.b.\xe2\x80\xae"}) {
+        EXPECT_FALSE(SafetyGuard::looksLikeBundleIdentifier(name)) << name;
+    }
+    const SafetyGuard guard({.home = "/home/me"});
+    const std::string checkouts =
+        "/home/me/Library/Developer/Xcode/DerivedData/App-x/SourcePackages/checkouts";
+    EXPECT_TRUE(guard.isInsideVendoredPackage(checkouts + "/package"));
+    EXPECT_TRUE(guard.isInsideVendoredPackage(checkouts + "/package/.git"));
+    EXPECT_TRUE(guard.isInsideVendoredPackage("/home/me/.cargo/registry/src/index/crate-1/.env"));
+    for (const std::string& path :
+         {checkouts, checkouts + "/../.git", checkouts + "/package/../../.git", checkouts + "/./.git",
+          std::string("/home/me/.cargo/registry/src/index"), "/x" + checkouts + "/package"}) {
+        EXPECT_FALSE(guard.isInsideVendoredPackage(path)) << path;
+    }
+}
+
+}  // namespace
+}  // namespace brindle
