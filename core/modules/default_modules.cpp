@@ -1,31 +1,29 @@
 #include "core/modules/default_modules.h"
 
 #include "core/modules/catalogue.h"
+#include "core/modules/docker_module.h"
+#include "core/modules/homebrew_module.h"
 #include "core/modules/python_runtimes_module.h"
 
 namespace brindle {
 
-namespace {
-
-std::shared_ptr<const ScanModule> catalogue(ModuleID id, std::vector<CacheSpec> specs,
-                                            std::vector<ProtectedSpec> protectedSpecs = {}) {
-    return std::make_shared<CatalogueModule>(id, std::move(specs), std::move(protectedSpecs));
-}
-
-}  // namespace
-
 ModuleList defaultModules(const ModuleSettings& settings) {
-    (void)settings;
+    const Toolbox& tools = settings.tools;
+    const auto catalogue = [](ModuleID id, std::vector<CacheSpec> specs) {
+        return std::make_shared<CatalogueModule>(id, std::move(specs));
+    };
     return {
+        std::make_shared<DockerModule>(tools),
         catalogue(ModuleID::python, pythonSpecs()),
         catalogue(ModuleID::android, androidSafeSpecs()),
+        std::make_shared<HomebrewModule>(tools),
         catalogue(ModuleID::ide, editorSpecs()),
         catalogue(ModuleID::rust, rustSpecs()),
         catalogue(ModuleID::go, goSpecs()),
         std::make_shared<PythonRuntimesModule>(),
         catalogue(ModuleID::system, systemNoiseSpecs()),
         catalogue(ModuleID::tools, developerToolsSpecs()),
-        catalogue(ModuleID::ai, aiToolsSpecs(), aiToolsProtectedSpecs()),
+        std::make_shared<CatalogueModule>(ModuleID::ai, aiToolsSpecs(), aiToolsProtectedSpecs()),
     };
 }
 

@@ -1,0 +1,169 @@
+#include "core/modules/docker_module.h"
+
+#include <gtest/gtest.h>
+
+#include "core/text/byte_format.h"
+#include "core/tools/tool_output.h"
+#include "tests/support/canned_tools.h"
+#include "tests/support/disk_usage.h"
+#include "tests/support/item_checks.h"
+#include "tests/support/stand_in_engine.h"
+
+namespace brindle {
+namespace {
+
+using Answers = std::map<std::string, test::CannedAnswer>;
+
+constexpr const char* kContext = "docker context inspect --format {{json .Endpoints.docker.Host}}";
+constexpr const char* kUsage = "docker system df --format json";
+constexpr const char* kOldUsage = "docker system df --format {{json .}}";
+constexpr const char* kImage = "Library/Containers/com.docker.docker/Data/vms/0";
+constexpr const char* kReport =
+    R"j({"Active":"1","Reclaimable":"200kB (42%)","Size":"4.328GB","TotalCount":"3","Type":"Images"}
+{"Active":"0","Reclaimable":"2kB (100%)","Size":"2kB","TotalCount":"1","Type":"Containers"}
+{"Active":"1","Reclaimable":"1kB (9%)","Size":"5kB","TotalCount":"2","Type":"Local Volumes"}
+{"Active":"1","Reclaimable":"50kB","Size":"50kB","TotalCount":"2","Type":"Build Cache"})j";
+
+ModuleResult scanWith(const test::TestHome& home, const Toolbox& tools) {
+    return DockerModule(tools).scan(test::contextOf(home));
+}
+
+TEST(DockerModule, OffersWhatTheEngineReportsAndCountsNothingTwice) {
+    test::TestHome home;
+    home.file(std::string(kImage) + "/data/Docker.raw", 1'000'000);
+    const std::uint64_t occupied = test::diskUsage(home.path(kImage));
+    const auto scanAt = [&](const std::string& socket) {
+        return scanWith(home, test::cannedTools({{kContext, {"\"unix://" + socket + "\""}},
+                                                 {kUsage, {"json\njson\njson\n"}},
+                                                 {kOldUsage, {kReport}}}));
+    };
+    const ModuleResult result = scanAt(home.path(".docker/run/docker.sock"));
+    ASSERT_EQ(result.items.size(), 5U);
+    EXPECT_TRUE(result.unreachable.empty());
+    EXPECT_EQ(result.totalBytes(), occupied);
+    const CleanupItem& image = result.items[0];
+    EXPECT_EQ(image.id, "docker.footprint");
+    EXPECT_EQ(image.classification, Classification::protected_);
+    EXPECT_EQ(test::factOf(image, "Size on disk"), ByteFormat::shortText(occupied) + " (sparse)");
+    EXPECT_EQ(test::factOf(image, "Listed separately"), "253.0 KB");
+    EXPECT_NE(image.explanation.storedWhatItIs.find("Data/vms/0. It occupies 1.0 MB of"), std::string::npos);
+    test::expectInEnglish({image.storedTitle, image.explanation.storedWhatHappensNext, "Size on disk",
+                           "Listed separately", result.items[1].storedDetail,
+                           test::factOf(result.items[3], "Named volumes")});
+    const CleanupItem& images = result.items[1];
+    EXPECT_EQ(images.id, "docker.images");
+    EXPECT_EQ(images.bytes(), 200'000U);
+    EXPECT_EQ(images.measurement.source, DirectoryMeasurement::Source::reported);
+    EXPECT_EQ(images.explanation.facts, (std::vector<Fact>{{"Total", "3"},
+                                                           {"In use", "1"},
+                                                           {"Reclaimable", "200.0 KB"},
+                                                           {"Removed via", "docker image prune -a -f"}}));
+    for (const std::size_t row : {1U, 2U, 3U, 4U}) test::expectInEnglish(result.items[row]);
+
+    // Another engine of this machine keeps its data elsewhere.
+    EXPECT_EQ(scanAt("/run/other.sock").totalBytes(), occupied + 253'000);
+    home.link(".docker/run/docker.sock", home.text("other.sock", ""));
+    EXPECT_EQ(scanAt(home.path(".docker/run/docker.sock")).totalBytes(), occupied + 253'000);
+}
+
+TEST(DockerModule, SaysWhyAnEngineHasNothingToOffer) {
+    test::TestHome home;
+    const test::CannedAnswer here = {"\"unix:///var/run/docker.sock\"\n"};
+    const std::string silent = "Daemon not reachable";
+    const std::string inspect = "docker context inspect";
+    struct Case {
+        Answers answers;
+        std::string asked, remedy;
+    };
+    const std::vector<Case> cases = {
+        {{{kContext, here}}, silent, "Start Docker Desktop"},
+        {{{kContext, here}, {kUsage, {"", 1}}}, silent, "Start Docker Desktop"},
+        {{{kContext, here}, {kUsage, {"garbage"}}}, silent, "Start Docker Desktop"},
+        {{{kContext, {"\"ssh://me@far\"\n"}}, {kUsage, {kReport}}},
+         inspect,
+         "Docker is set to work on another"},
+        {{{kContext, {"no such command", 1}}, {kUsage, {kReport}}},
+         inspect,
+         "Brindle could not tell whether"}};
+    EXPECT_FALSE(scanWith(home, {}).isToolchainInstalled);
+    for (const bool hasImage : {false, true}) {
+        if (hasImage) home.file(std::string(kImage) + "/Docker.raw");
+        for (const Case& each : cases) {
+            const ModuleResult result = scanWith(home, test::cannedTools(each.answers));
+            ASSERT_EQ(result.items.size(), hasImage ? 1U : 0U);
+            ASSERT_EQ(result.unreachable.size(), 1U);
+            const UnreachableLocation& problem = result.unreachable.front();
+            EXPECT_EQ(problem.path, each.asked);
+            EXPECT_TRUE(problem.storedRemedy.starts_with(each.remedy)) << problem.storedRemedy;
+            test::expectInEnglish({problem.storedRemedy});
+            if (!hasImage) continue;
+            const std::string label = each.asked == silent ? silent : "Docker's engine";
+            EXPECT_EQ(test::factOf(result.items[0], label), problem.storedRemedy);
+        }
+    }
+    EXPECT_EQ(scanWith(home, {}).unreachable.at(0).path, silent);
+}
+
+// The real client, talking to an engine of our own.
+class DockerClient : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (!ProcessRunner(home.path(), {}).locate("docker")) GTEST_SKIP() << "docker is not installed here";
+    }
+    // The module may wait 15 seconds; the tests do not.
+    Toolbox toolsFor(const std::string& address) const {
+        const ProcessRunner runner(home.path(), {"HOME=" + home.path(), "DOCKER_HOST=" + address});
+        Toolbox tools = Toolbox::of(runner);
+        tools.run = [runner](std::string_view name, const std::vector<std::string>& arguments,
+                             RunOptions options) {
+            EXPECT_EQ(options.timeout, DockerModule::kTimeout);
+            options.timeout = std::chrono::seconds(2);
+            return runner.run(name, arguments, options);
+        };
+        return tools;
+    }
+    test::TestHome home;
+};
+
+TEST_F(DockerClient, IsUnderstoodInWhatItSaysOfAnEngine) {
+    const test::StandInEngine engine(
+        R"({"images": [[2498000000, 1], [1830000000, 0]], "containers": [[1114, "exited"], [3000000, "running"]],
+            "volumes": [[52000000000, 0], [7, 2]], "cache": [[16430000, false], [99, true]]})");
+    const Toolbox tools = toolsFor(engine.address());
+    const ModuleResult result = scanWith(home, tools);
+    const std::vector<std::uint64_t> expected = {1'830'000'000, 1114, 52'000'000'000, 16'430'000};
+    ASSERT_EQ(result.items.size(), expected.size());
+    for (std::size_t row = 0; row < expected.size(); ++row) {
+        EXPECT_EQ(result.items[row].bytes(), expected[row]);
+        const auto& prune = std::get<RunCommand>(result.items[row].removal.how);
+        const auto pruned = tools.run(prune.executable, prune.arguments, {.timeout = DockerModule::kTimeout});
+        ASSERT_TRUE(pruned && pruned->succeeded());
+        EXPECT_EQ(DockerUsage::parseBytes(reclaimedSpace(pruned->output).value_or("")), expected[row])
+            << pruned->output;
+    }
+    EXPECT_TRUE(scanWith(home, tools).items.empty());
+    EXPECT_TRUE(scanWith(home, tools).unreachable.empty());
+}
+
+TEST_F(DockerClient, NeverMakesUpASizeOfWhatIsWrongWithAnEngine) {
+    const std::string kHuge =
+        R"({"images": [[9000000000000000000, 0]], "containers": [[4000000000000000, "exited"]],
+        "volumes": [[-1, 0]], "cache": [[-47520000000, false]]})";
+    const std::string kSome = R"({"images": [[5000, 0]]})";
+    using Numbers = std::array<std::size_t, 2>;  // items, problems
+    const auto numbers = [&](const std::string& address) {
+        const ModuleResult result = scanWith(home, toolsFor(address));
+        return Numbers{result.items.size(), result.unreachable.size()};
+    };
+    EXPECT_EQ(numbers(test::StandInEngine(kHuge).address()), (Numbers{0, 0}));
+    EXPECT_EQ(numbers(test::StandInEngine("{}").address()), (Numbers{0, 0}));
+    EXPECT_EQ(numbers(test::StandInEngine(kSome, "answer", "1.41").address()), (Numbers{1, 0}));
+    EXPECT_EQ(numbers(test::StandInEngine(kSome, "answer", "1.24").address()), (Numbers{0, 1}));
+    for (const char* mode : {"hang", "garbage", "error"})
+        EXPECT_EQ(numbers(test::StandInEngine(kSome, mode).address()), (Numbers{0, 1})) << mode;
+    for (const char* address : {"unix:///nowhere/docker.sock", "tcp://127.0.0.1:1", "http://x"})
+        EXPECT_EQ(numbers(address), (Numbers{0, 1})) << address;
+}
+
+}  // namespace
+}  // namespace brindle

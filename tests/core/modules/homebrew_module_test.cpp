@@ -1,0 +1,132 @@
+#include "core/modules/homebrew_module.h"
+
+#include <gtest/gtest.h>
+
+#include "core/modules/homebrew_output.h"
+#include "tests/support/canned_tools.h"
+#include "tests/support/disk_usage.h"
+#include "tests/support/item_checks.h"
+
+namespace brindle {
+namespace {
+
+using Names = std::vector<std::string>;
+
+ModuleResult scanWith(const test::TestHome& home, const Toolbox& tools) {
+    return HomebrewModule(tools).scan(test::contextOf(home));
+}
+
+TEST(HomebrewOutput, ReadsTheDryRunOfEveryVersion) {
+    const std::string kOne = "==> Would autoremove 1 unneeded formula:\n";
+    const std::string kTwo = "==> Would autoremove 2 unneeded formulae:\n";
+    const std::vector<std::pair<std::string, Names>> listings = {
+        {"", {}},
+        {"Warning: some formula is deprecated!\n", {}},
+        {"Would autoremove 0 unneeded formulae:", {}},
+        {kTwo + "libfoo\nuser/tap/formula\n", {"libfoo", "user/tap/formula"}},
+        {"Updating Homebrew...\n" + kOne + "\r\n  gcc@13\r\nNote: all done\n", {"gcc@13"}},
+        {"\x1b[34m==>\x1b[0m Would autoremove 1 unneeded formula:\x1b[0m\nc++_x.y-z\n", {"c++_x.y-z"}},
+        {"==> Formulae that could be removed:\na\nb/c\n", {"a", "b/c"}},
+        {"Formulae that will be removed\nlibfoo\n", {"libfoo"}}};
+    for (const auto& [output, names] : listings) EXPECT_EQ(parseAutoremove(output), names) << output;
+    for (const std::string& output :
+         {kTwo, kTwo + "libfoo\n", kOne + "libfoo\nlibbar\n", kOne + "a/b/c/d\n", kOne + "-force\n",
+          kOne + "a/../b\n", kTwo + "a\na\n", kOne + "a\n" + kOne,
+          std::string("Would autoremove 99999999999999999999 unneeded formulae:\na\n"),
+          std::string("libfoo\n")}) {
+        EXPECT_EQ(parseAutoremove(output), std::nullopt) << output;
+    }
+}
+
+TEST(HomebrewOutput, TakesOnlyAnAbsoluteFolderNamedCellar) {
+    EXPECT_EQ(parseCellar("/opt/homebrew/Cellar\n"), "/opt/homebrew/Cellar");
+    for (const std::string output :
+         {"", "\n", "Cellar", "/opt/homebrew/cellar", "/opt/MyCellar", "/opt/Cellar/x", "/opt/../Cellar",
+          "/../Cellar", "opt/Cellar", "/opt\n/Cellar", "Warning: old\n/opt/Cellar", "/opt\x01/Cellar"}) {
+        EXPECT_EQ(parseCellar(output), std::nullopt) << output;
+    }
+}
+
+// A script in the home's trusted folder, through the real runner.
+TEST(HomebrewModule, OffersDownloadsAndUnusedDependencies) {
+    test::TestHome home;
+    const ProcessRunner runner(home.path(), {});
+    if (runner.locate("brew")) GTEST_SKIP() << "a real brew comes before the test's own";
+    EXPECT_FALSE(HomebrewModule(Toolbox::of(runner)).isPresent({}));
+    const std::string cellar = home.folder("brew/Cellar");
+    home.script(".local/bin/brew",
+                "[ \"$HOMEBREW_NO_AUTOREMOVE$HOMEBREW_NO_AUTO_UPDATE$HOMEBREW_NO_COLOR\" = 111 ] || exit 9\n"
+                "echo 'Warning: noise' >&2\ncase \"$*\" in\n--cellar) echo " +
+                    cellar +
+                    ";;\n"
+                    "'autoremove --dry-run') echo '==> Would autoremove 3 unneeded formulae:'; echo libfoo\n"
+                    "  echo user/tap/libbar; echo gone;;\n*) exit 8;; esac\n");
+    home.file("brew/Cellar/libfoo/1.0/lib", 20'000);
+    home.file("brew/Cellar/libbar/2.0/lib", 30'000);
+    home.file("brew/Cellar/needed/3.0/lib", 40'000);
+    home.file("Library/Caches/Homebrew/api/formula.json", 70'000);
+    home.file("Library/Caches/Homebrew/bootsnap/cache", 70'000);
+    home.hardLink("Library/Caches/Homebrew/api/also", "Library/Caches/Homebrew/api/formula.json");
+    EXPECT_EQ(scanWith(home, Toolbox::of(runner)).items.size(), 1U);  // nothing but what cleanup keeps
+
+    home.file("Library/Caches/Homebrew/downloads/bottle", 50'000);
+    home.hardLink("Library/Caches/Homebrew/api/linked", "Library/Caches/Homebrew/downloads/bottle");
+    home.link("Library/Caches/Homebrew/jq--1.7", "downloads/bottle");
+    const ModuleResult result = scanWith(home, Toolbox::of(runner));
+    ASSERT_EQ(result.items.size(), 2U);
+    EXPECT_TRUE(result.unreachable.empty());
+    const CleanupItem& downloads = result.items[0];
+    EXPECT_EQ(downloads.id, "homebrew.cache");
+    EXPECT_EQ(downloads.storedDetail, "~/Library/Caches/Homebrew");
+    EXPECT_EQ(downloads.classification, Classification::safe);
+    EXPECT_EQ(downloads.bytes(), test::diskUsage(home.path("Library/Caches/Homebrew/downloads")));
+    EXPECT_EQ(downloads.removal.description(), "brew cleanup --prune=all");
+    const CleanupItem& unused = result.items[1];
+    EXPECT_EQ(unused.id, "homebrew.autoremove");
+    EXPECT_EQ(unused.classification, Classification::review);
+    EXPECT_EQ(unused.bytes(), test::diskUsage({cellar + "/libfoo", cellar + "/libbar"}));
+    EXPECT_EQ(unused.explanation.regeneratedBy->storedText, "brew install libfoo user/tap/libbar gone");
+    EXPECT_EQ(unused.explanation.facts,
+              (std::vector<Fact>{{"Packages", "libfoo, user/tap/libbar, gone"},
+                                 {"Measured paths", "~/brew/Cellar/libfoo, ~/brew/Cellar/libbar"},
+                                 {"Removed via", "brew autoremove"}}));
+    for (const CleanupItem& item : result.items) test::expectInEnglish(item);
+}
+
+TEST(HomebrewModule, SaysWhatHomebrewDidNotAnswer) {
+    test::TestHome home;
+    const test::CannedAnswer cellar = {home.path("Cellar")};
+    const std::string kDryRun = "brew autoremove --dry-run";
+    const std::string kDoctor =
+        "Homebrew could not list unused dependencies. Run brew doctor, then scan again.";
+    const std::string kNone = "Could not locate Homebrew's Cellar";
+    struct Case {
+        std::map<std::string, test::CannedAnswer> answers;
+        std::string asked, remedy;
+    };
+    const std::vector<Case> cases = {
+        {{{"brew --cellar", cellar}}, kDryRun, kDoctor},
+        {{{"brew --cellar", cellar}, {kDryRun, {"libfoo\n", 1}}}, kDryRun, kDoctor},
+        {{{"brew --cellar", cellar}, {kDryRun, {"libfoo\n"}}}, kDryRun, kDoctor},
+        {{{"brew --cellar", cellar}, {kDryRun, {std::string(2'000'000, '\n')}}}, kDryRun, kDoctor},
+        {{{"brew --cellar", {"/usr/local"}}, {kDryRun, {""}}}, "brew --cellar", kNone},
+        {{{"brew --cellar", {"/Cellar", 1}}, {kDryRun, {""}}}, "brew --cellar", kNone},
+        {{{"brew --cellar", cellar}, {kDryRun, {"==> Would autoremove 1 unneeded formula:\nlibfoo"}}},
+         kDryRun,
+         "Homebrew lists unused dependencies, but none of them was found in its Cellar. Run brew doctor, "
+         "then scan "
+         "again."}};
+    for (const Case& each : cases) {
+        const ModuleResult result = scanWith(home, test::cannedTools(each.answers));
+        EXPECT_TRUE(result.items.empty());
+        EXPECT_EQ(result.unreachable,
+                  (std::vector<UnreachableLocation>{
+                      {each.asked, UnreachableLocation::Reason::toolchainNotRunning, each.remedy}}));
+        test::expectInEnglish({each.remedy});
+    }
+    EXPECT_TRUE(
+        scanWith(home, test::cannedTools({{"brew --cellar", cellar}, {kDryRun, {""}}})).unreachable.empty());
+}
+
+}  // namespace
+}  // namespace brindle
