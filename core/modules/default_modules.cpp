@@ -3,6 +3,7 @@
 #include "core/modules/catalogue.h"
 #include "core/modules/docker_module.h"
 #include "core/modules/homebrew_module.h"
+#include "core/modules/node_module.h"
 #include "core/modules/python_runtimes_module.h"
 
 namespace brindle {
@@ -14,6 +15,7 @@ ModuleList defaultModules(const ModuleSettings& settings) {
     };
     return {
         std::make_shared<DockerModule>(tools),
+        std::make_shared<NodeModule>(NodeModule::Settings{.tools = tools}),
         catalogue(ModuleID::python, pythonSpecs()),
         catalogue(ModuleID::android, androidSafeSpecs()),
         std::make_shared<HomebrewModule>(tools),
