@@ -5,6 +5,7 @@
 #include "core/modules/homebrew_module.h"
 #include "core/modules/node_module.h"
 #include "core/modules/python_runtimes_module.h"
+#include "core/modules/xcode_module.h"
 
 namespace brindle {
 
@@ -14,6 +15,7 @@ ModuleList defaultModules(const ModuleSettings& settings) {
         return std::make_shared<CatalogueModule>(id, std::move(specs));
     };
     return {
+        std::make_shared<XcodeModule>(XcodeSettings{.tools = tools}),
         std::make_shared<DockerModule>(tools),
         std::make_shared<NodeModule>(NodeModule::Settings{.tools = tools}),
         catalogue(ModuleID::python, pythonSpecs()),
