@@ -11,8 +11,8 @@ std::vector<CacheSpec> androidSafeSpecs() {
             .relativePath = ".gradle/caches",
             .whatItIs = "Downloaded dependencies and build outputs Gradle keeps between builds, shared by "
                         "every Android and JVM project on this Mac.",
-            .whatHappensNext = "The next build re-downloads what it needs and recompiles. It is the "
-                               "slowest single rebuild on this list.",
+            .whatHappensNext = "The next build re-downloads what it needs and recompiles. It is the slowest "
+                               "single rebuild on this list.",
             .regeneratedBy = {Regeneration::Kind::command, "./gradlew build"},
         },
         {

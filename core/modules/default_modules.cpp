@@ -1,6 +1,8 @@
 #include "core/modules/default_modules.h"
 
+#include "core/modules/android_module.h"
 #include "core/modules/catalogue.h"
+#include "core/modules/cocoapods_module.h"
 #include "core/modules/docker_module.h"
 #include "core/modules/homebrew_module.h"
 #include "core/modules/node_module.h"
@@ -16,10 +18,11 @@ ModuleList defaultModules(const ModuleSettings& settings) {
     };
     return {
         std::make_shared<XcodeModule>(XcodeSettings{.tools = tools}),
+        std::make_shared<CocoaPodsModule>(tools),
         std::make_shared<DockerModule>(tools),
         std::make_shared<NodeModule>(NodeModule::Settings{.tools = tools}),
         catalogue(ModuleID::python, pythonSpecs()),
-        catalogue(ModuleID::android, androidSafeSpecs()),
+        std::make_shared<AndroidModule>(),
         std::make_shared<HomebrewModule>(tools),
         catalogue(ModuleID::ide, editorSpecs()),
         catalogue(ModuleID::rust, rustSpecs()),
