@@ -5,6 +5,7 @@
 #include "core/modules/cocoapods_module.h"
 #include "core/modules/docker_module.h"
 #include "core/modules/homebrew_module.h"
+#include "core/modules/leftovers_module.h"
 #include "core/modules/node_module.h"
 #include "core/modules/python_runtimes_module.h"
 #include "core/modules/xcode_module.h"
@@ -29,6 +30,7 @@ ModuleList defaultModules(const ModuleSettings& settings) {
         catalogue(ModuleID::go, goSpecs()),
         std::make_shared<PythonRuntimesModule>(),
         catalogue(ModuleID::system, systemNoiseSpecs()),
+        std::make_shared<LeftoversModule>(settings.leftovers),
         catalogue(ModuleID::tools, developerToolsSpecs()),
         std::make_shared<CatalogueModule>(ModuleID::ai, aiToolsSpecs(), aiToolsProtectedSpecs()),
     };

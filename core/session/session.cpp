@@ -53,7 +53,8 @@ SessionHome prepared(SessionHome home) {
 Session::Session(SessionHome home)
     : home_(prepared(std::move(home))),
       defaults_(defaultsFor(home_)),
-      modules_(defaultModules({.tools = Toolbox::of(processRunner())})) {}
+      modules_(defaultModules(
+          {.tools = Toolbox::of(processRunner()), .leftovers = LeftoverSettings::ofThisMachine()})) {}
 
 Preferences Session::preferences() const {
     return Preferences(defaults_);

@@ -1,0 +1,41 @@
+// A folder's name, then the identifiers that are installed, one a line.
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "core/modules/bundle_identifier.h"
+#include "core/modules/leftover_exclusions.h"
+
+namespace {
+
+std::string_view nextLine(std::string_view& text) {
+    const std::size_t end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+    return line;
+}
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string_view name = nextLine(text);
+    const auto identifier = brindle::identifierFromName(name);
+    if (!identifier) return 0;
+    // What may be removed is named as the rules of removal want it, and the system's own is never among it.
+    require(brindle::looksLikeBundleIdentifier(name) && brindle::looksLikeBundleIdentifier(*identifier));
+    require(!brindle::foldedIdentifier(*identifier).starts_with("com.apple."));
+    for (const auto& owner : brindle::possibleOwners(*identifier)) require(identifier->starts_with(owner));
+    brindle::IdentifierSet installed;
+    while (!text.empty()) installed.add(nextLine(text));
+    (void)installed.relativeOf(*identifier);
+    (void)brindle::isNeverLeftover(*identifier);
+    (void)brindle::mayBelongToName(*identifier, name);
+    installed.add(*identifier);
+    require(installed.covers(*identifier) && installed.relativeOf(*identifier).has_value());
+    return 0;
+}
