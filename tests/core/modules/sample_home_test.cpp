@@ -1,0 +1,98 @@
+// The home that tools/sample_home.py lays out, scanned by every module at once.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "core/modules/default_modules.h"
+#include "core/platform/files.h"
+#include "core/platform/path_text.h"
+#include "core/scan/scanner.h"
+#include "core/text/core_strings.h"
+#include "tests/support/disk_usage.h"
+#include "tests/support/stand_in_engine.h"
+#include "tests/support/test_home.h"
+
+namespace brindle {
+namespace {
+
+using test::TestHome;
+
+constexpr const char* kEngineState =
+    R"({"images": [[1500000, 0], [700000, 1]], "cache": [[900000, false]], "volumes": [[300000, 0]]})";
+
+ModuleSettings settingsFor(const TestHome& home) {
+    const ProcessRunner runner(home.path(), {"HOME=" + home.path(), "LC_ALL=C"});
+    return {.tools = Toolbox::of(runner),
+            .leftovers = {.applicationFolders = {home.path("Applications")},
+                          .serviceFolders = {},
+                          .databaseKnows = [](const std::string&) { return std::optional(false); },
+                          .runningPrograms = [] { return std::optional(std::vector<std::string>()); },
+                          .mayReadContainers = [](const std::string&) { return true; }}};
+}
+
+std::string described(const CleanupItem& item, const std::string& home) {
+    std::string text = item.id + " | " + std::string(rawText(item.classification)) + " | ";
+    text += item.removal.isCommand() ? item.removal.description() : "";
+    for (const std::string& path : item.removal.affectedPaths()) text += abbreviatedPath(path, home) + " ";
+    text += "\n";
+    for (const Fact& fact : item.explanation.facts) {
+        // Sizes are those of the file system; they are compared with du's.
+        const bool isSize = fact.storedValue.contains("B") && fact.storedValue.contains('.');
+        text += "    " + fact.storedLabel + ": " + (isSize ? "(size)" : fact.storedValue) + "\n";
+    }
+    return text;
+}
+
+// What a tool's own command clears, where it is a folder of the home.
+std::vector<std::string> foldersOf(const CleanupItem& item, const TestHome& home) {
+    if (!item.removal.isCommand()) return item.removal.affectedPaths();
+    if (item.id == "homebrew.cache") return {home.path("Library/Caches/Homebrew/downloads")};
+    if (item.id == "homebrew.autoremove") return {home.path("homebrew/Cellar/libtiff")};
+    if (item.id == "xcode.unavailableSimulators")
+        return {home.path("Library/Developer/CoreSimulator/Devices/33333333-4444-5555-6666-777777777777")};
+    const std::string path = item.storedDetail.substr(0, item.storedDetail.find(" · "));
+    return {home.path() + path.substr(1)};
+}
+
+bool hasDockerClient() {
+    return ProcessRunner("/", {}).locate("docker").has_value();
+}
+
+// With the environment's SAMPLE_HOME_COPY set to a file, what was found is written there.
+TEST(SampleHome, ShowsEveryPileAsItIs) {
+    if (!hasDockerClient()) GTEST_SKIP() << "needs the docker client";
+    CoreStrings::setBundles(ResourceBundle(test::resourcesFolder(), "core", {"en"}), {});
+    TestHome home;
+    const std::string script = test::resourcesFolder() + "/../tools/sample_home.py";
+    ASSERT_EQ(std::system(("python3 '" + script + "' '" + home.path() + "'").c_str()), 0);
+    const test::StandInEngine engine(kEngineState, "answer", "1.50", home.path(".docker/run/docker.sock"));
+    ScanContext context;
+    context.home = home.path();
+    context.now = std::chrono::system_clock::now();
+    const ScanReport report = Scanner(defaultModules(settingsFor(home))).scan(context, {});
+
+    std::string found;
+    auto items = report.allItems();
+    // Of two modules with one identity that comes first which is done first.
+    std::ranges::sort(items, {}, &CleanupItem::id);
+    for (const ModuleID module : allCases<ModuleID>()) {
+        for (const CleanupItem& item : items) {
+            if (item.moduleID != module) continue;
+            found += described(item, home.path());
+            const bool isMeasured = item.measurement.source == DirectoryMeasurement::Source::measured;
+            if (!isMeasured || item.id == "docker.footprint") continue;
+            EXPECT_EQ(item.bytes(), test::diskUsage(foldersOf(item, home))) << item.id;
+        }
+    }
+    for (const UnreachableLocation& location : report.unreachable())
+        found += location.path + ": " + location.storedRemedy + "\n";
+    for (std::size_t at = 0; (at = found.find(home.path())) != std::string::npos;)
+        found.replace(at, home.path().size(), "~");
+    const std::string kept = test::resourcesFolder() + "/../tests/core/modules/data/sample_home.txt";
+    EXPECT_EQ(found, readFile(kept).value_or("")) << "if this is right, keep it in " << kept;
+    if (const char* copy = std::getenv("SAMPLE_HOME_COPY")) (void)writeFileAtomically(copy, found);
+}
+
+}  // namespace
+}  // namespace brindle
