@@ -21,11 +21,11 @@ std::vector<CacheSpec> aiToolsSpecs() {
             .whatItIs = "Checkouts of the plugin marketplaces you have installed from, pinned per version. "
                         "Which plugins are installed is recorded outside this folder, in "
                         "installed_plugins.json, and is not affected.",
-            .whatHappensNext = "Installed plugins are fetched again on their next use or update, which "
-                               "needs a network connection. Each checkout is a copy of a published "
-                               "repository — there is no work of yours inside it.",
-            .whySuggested = "What is in it is published elsewhere and pinned per version, and the record "
-                            "of which plugins you installed lives outside this folder.",
+            .whatHappensNext = "Installed plugins are fetched again on their next use or update, which needs "
+                               "a network connection. Each checkout is a copy of a published repository — "
+                               "there is no work of yours inside it.",
+            .whySuggested = "What is in it is published elsewhere and pinned per version, and the record of "
+                            "which plugins you installed lives outside this folder.",
             .regeneratedBy =
                 {Regeneration::Kind::action,
                  "Claude Code downloads the marketplace again when a plugin is next installed or updated"},
@@ -37,10 +37,10 @@ std::vector<CacheSpec> aiToolsSpecs() {
             .relativePath = ".codeium/ws-browser",
             .whatItIs = "A Chromium build and its media libraries, downloaded by Codeium and Windsurf so "
                         "their browser tools have something to drive.",
-            .whatHappensNext = "The browser features download it again the next time they are used. It is "
-                               "a large download, so this is worth keeping on a metered connection.",
-            .whySuggested = "It is a downloaded browser rather than anything you wrote, and the feature "
-                            "that needs it downloads it again.",
+            .whatHappensNext = "The browser features download it again the next time they are used. It is a "
+                               "large download, so this is worth keeping on a metered connection.",
+            .whySuggested = "It is a downloaded browser rather than anything you wrote, and the feature that "
+                            "needs it downloads it again.",
             .regeneratedBy = {Regeneration::Kind::action,
                               "Downloaded again the next time a browser feature is used"},
             .classification = Classification::review,
@@ -54,9 +54,9 @@ std::vector<ProtectedSpec> aiToolsProtectedSpecs() {
             .key = "claudeCodeSessions",
             .title = "Claude Code session history",
             .relativePath = ".claude/projects",
-            .reason = "The transcripts of your past Claude Code sessions, which is what resuming a "
-                      "conversation reads. It is a record of your own work, so Brindle measures it and "
-                      "never removes it.",
+            .reason =
+                "The transcripts of your past Claude Code sessions, which is what resuming a conversation "
+                "reads. It is a record of your own work, so Brindle measures it and never removes it.",
         },
         {
             .key = "claudeCodeFileHistory",

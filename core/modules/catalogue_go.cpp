@@ -23,8 +23,8 @@ std::vector<CacheSpec> goSpecs() {
             .relativePath = "Library/Caches/go-build",
             .whatItIs = "Compiled package objects Go keeps so repeat builds are fast.",
             .whatHappensNext = "The next build is slower once, then back to normal.",
-            .whySuggested = "It is compiler output. Go rebuilds these objects on the next build, from "
-                            "source you still have.",
+            .whySuggested = "It is compiler output. Go rebuilds these objects on the next build, from source "
+                            "you still have.",
             .regeneratedBy = {Regeneration::Kind::command, "go build"},
         },
     };

@@ -9,8 +9,8 @@ std::vector<CacheSpec> pythonSpecs() {
             .key = "pip",
             .title = "pip cache",
             .relativePath = "Library/Caches/pip",
-            .whatItIs = "Wheels and source archives pip has downloaded, reused across every environment on "
-                        "this Mac.",
+            .whatItIs =
+                "Wheels and source archives pip has downloaded, reused across every environment on this Mac.",
             .whatHappensNext = "pip downloads and rebuilds wheels on the next install. Noticeably slower "
                                "once for packages that compile.",
             .regeneratedBy = {Regeneration::Kind::command, "pip install"},
@@ -20,8 +20,8 @@ std::vector<CacheSpec> pythonSpecs() {
             .title = "uv cache",
             .relativePath = ".cache/uv",
             .whatItIs = "uv's download and build cache, shared by every project it manages.",
-            .whatHappensNext = "uv refetches on the next sync. It is fast enough that you are unlikely to "
-                               "notice.",
+            .whatHappensNext =
+                "uv refetches on the next sync. It is fast enough that you are unlikely to notice.",
             .regeneratedBy = {Regeneration::Kind::command, "uv sync"},
             .command = RunCommand{"/usr/bin/env", {"uv", "cache", "clean"}},
         },
@@ -32,9 +32,9 @@ std::vector<CacheSpec> pythonSpecs() {
             .whatItIs = "Poetry's artefact and virtualenv cache.",
             .whatHappensNext = "This includes virtual environments. Poetry can recreate them from each "
                                "project, but changes made only inside an environment are not reproducible.",
-            .whySuggested = "Poetry recreates these from each project. It is review rather than safe "
-                            "because a change made only inside an environment is in no lockfile and comes "
-                            "back with nothing.",
+            .whySuggested =
+                "Poetry recreates these from each project. It is review rather than safe because a change "
+                "made only inside an environment is in no lockfile and comes back with nothing.",
             .regeneratedBy = {Regeneration::Kind::command, "poetry install"},
             .classification = Classification::review,
         },
