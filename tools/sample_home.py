@@ -86,15 +86,15 @@ def lay_out_xcode(home):
     developer = "Library/Developer"
     derived = f"{developer}/Xcode/DerivedData"
     notes = "Notes-abcdefghijklmnopqrstuvwxyzab"
-    home.plist("work/Notes/Notes.xcodeproj/project.xcworkspace/contents.plist", {})
+    home.plist("code/Notes/Notes.xcodeproj/project.xcworkspace/contents.plist", {})
     home.plist(f"{derived}/{notes}/info.plist", {
-        "WorkspacePath": str(home.root / "work/Notes/Notes.xcodeproj"), "LastAccessedDate": days_ago(12)}, days=12)
+        "WorkspacePath": str(home.root / "code/Notes/Notes.xcodeproj"), "LastAccessedDate": days_ago(12)}, days=12)
     home.file(f"{derived}/{notes}/Build/Products/Debug/Notes", 900, 12)
     home.file(f"{derived}/{notes}/SourcePackages/checkouts/swift-log/.git/HEAD", 1, 12)
     home.file(f"{derived}/{notes}/Logs/Test/Test-Notes.xcresult/data", 60, 12)
     gone = "Shop-bcdefghijklmnopqrstuvwxyzabc"
     home.plist(f"{derived}/{gone}/info.plist", {
-        "WorkspacePath": str(home.root / "work/Gone/Shop.xcworkspace"), "LastAccessedDate": days_ago(200)}, binary=True, days=200)
+        "WorkspacePath": str(home.root / "code/Gone/Shop.xcworkspace"), "LastAccessedDate": days_ago(200)}, binary=True, days=200)
     home.file(f"{derived}/{gone}/Build/Intermediates.noindex/object.o", 700, 200)
     home.file(f"{derived}/ModuleCache.noindex/Session.modulevalidation", 300, 20)
     for version in ("16.4 (20E247)", "17.4 (21E219)", "9.3 (13E230)"):
@@ -172,7 +172,7 @@ def lay_out_node(home):
     store = ".local/share/pnpm/store/v10/files"
     linked = home.file(f"{store}/00/linked", 400, 15)
     home.file(f"{store}/01/orphan", 100, 15)
-    copy = home.root / "work/shop/node_modules/library/index.js"
+    copy = home.root / "code/shop/node_modules/library/index.js"
     copy.parent.mkdir(parents=True)
     os.link(linked, copy)
     home.file("Library/Caches/Yarn/v6/npm-left", 210, 15)
@@ -186,7 +186,7 @@ def lay_out_python(home):
         home.file(f".pyenv/versions/{version}/bin/python", 900, 50)
     home.text(".pyenv/version", "3.12.0\n")
     home.link(".pyenv/versions/latest", str(home.root / ".pyenv/versions/3.12.0"))
-    for name, version, project in (("notes", "3.11.4", "work/Notes"), ("old-tool", "3.11.4", "work/never"),
+    for name, version, project in (("notes", "3.11.4", "code/Notes"), ("old-tool", "3.11.4", "code/never"),
                                    ("ancient", "2.6.9", "")):
         binaries = home.root / ".pyenv/versions" / version / "bin"
         home.text(f".virtualenvs/{name}/pyvenv.cfg", f"home = {binaries}\nversion = {version}\n", 50)

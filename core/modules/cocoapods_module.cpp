@@ -110,10 +110,10 @@ std::optional<CleanupItem> repositoryItem(const ScanContext& context, const std:
     if (!fields) return std::nullopt;
     Explanation& told = fields->explanation;
     const bool isGit = isGitRepository(folder);
-    told.storedWhatItIs = isGit ? "A Git copy of a repository of pod specifications. It may be private, may "
-                                  "need credentials to come back, and may hold changes that were never sent."
-                                : "A folder of pod specifications that is not the downloaded public index, "
-                                  "so it is not known whether it would come back.";
+    told.storedWhatItIs = isGit ? "A Git copy of a repository of podspecs. It may be private, may need "
+                                  "credentials to come back, and may hold changes that were never sent."
+                                : "A folder of podspecs that is not the downloaded public index, so it is "
+                                  "not known whether it would come back.";
     if (const auto host = isGit ? repositoryHost(folder) : indexHost(folder))
         told.facts.push_back({"Downloaded from", *host});
     if (const auto command = commandLineOn("pod repo remove", name))

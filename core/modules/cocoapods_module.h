@@ -1,5 +1,5 @@
 // CocoaPods: the cache of downloaded pods, and what lies in ~/.cocoapods/repos: the index of the public pods, and
-// the repositories of specifications. Reports under the identity of Xcode.
+// the repositories of podspecs. Reports under the identity of Xcode.
 #pragma once
 
 #include <utility>

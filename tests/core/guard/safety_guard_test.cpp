@@ -108,14 +108,14 @@ TEST(SafetyGuard, FollowsNoLinkAndTakesWhatItCannotSeeForANo) {
 TEST(SafetyGuard, HoldsToWhatTheUserProtects) {
     TestHome home;
     home.file(".cache/models/one/data");
-    home.link("work", ".cache/models");
+    home.link("code", ".cache/models");
     for (const auto& [chosen, path, shown] : std::vector<std::array<std::string, 3>>{
              {home.path(".npm/"), home.path(".npm/a/b"), "~/.npm"},
              {home.path(".gradle/x/../caches"), home.path(".gradle/caches"), "~/.gradle/caches"},
              {home.path(".cache/a/b"), home.path(".cache/a"), "~/.cache/a/b"},
-             {home.path("work"), home.path(".cache/models/one"), "~/work"},
-             {home.path("work/new"), home.path(".cache/models/new"), "~/work/new"},
-             {home.path("work/one/data"), home.path(".cache/models"), "~/work/one/data"},
+             {home.path("code"), home.path(".cache/models/one"), "~/code"},
+             {home.path("code/new"), home.path(".cache/models/new"), "~/code/new"},
+             {home.path("code/one/data"), home.path(".cache/models"), "~/code/one/data"},
              {home.path(), home.path(".cache/a"), "~"},
              {"/", home.path(".cache/a"), "/"}}) {
         const SafetyGuard guard({.home = home.path(), .protectedPaths = {chosen}});

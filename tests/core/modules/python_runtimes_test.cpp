@@ -30,30 +30,30 @@ TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
                              "pypy3.9-7.3.12", "miniforge3-24.1"})
         interpreter(home, name);
     TestHome drive;
-    drive.text("work/.python-version", "3.7\n");
-    drive.folder("work/tool");
+    drive.text("code/.python-version", "3.7\n");
+    drive.folder("code/tool");
     home.file(".pyenv/versions/miniforge3-24.1/envs/data/conda-meta/history");
     home.text(".pyenv/version", "3.9.7  pypy3.9 # both\n");
-    home.text("work/.python-version", "python-3.10\n");
-    home.text("work/.project-of-none", "");
-    home.text("work/tool/setup.py", "");
-    environment(home, "work/tool/.venv", "3.11.4");
+    home.text("code/.python-version", "python-3.10\n");
+    home.text("code/.project-of-none", "");
+    home.text("code/tool/setup.py", "");
+    environment(home, "code/tool/.venv", "3.11.4");
     environment(home, ".local/pipx/venvs/black", "3.12.0");
     home.link(".pyenv/versions/latest", home.path(".pyenv/versions/3.13.1"));
-    home.text("work/tool/.python-version", "latest\nsystem\n");
+    home.text("code/tool/.python-version", "latest\nsystem\n");
     environment(home, ".pyenv/versions/3.8.1/envs/old", "3.8.1");
     ScanContext context = contextOf(home);
-    context.activeProjectPaths = {home.path("work/tool"), drive.path("work/tool")};
+    context.activeProjectPaths = {home.path("code/tool"), drive.path("code/tool")};
 
     const std::map<std::string, std::string> users = {
         {"2.7.18", ""},
-        {"3.7.1", drive.path("work/.python-version")},
+        {"3.7.1", drive.path("code/.python-version")},
         {"3.8.1", "~/.pyenv/versions/3.8.1/envs/old"},
         {"3.9.7", "~/.pyenv/version"},
-        {"3.10.4", "~/work/.python-version"},
-        {"3.11.4", "~/work/tool/.venv"},
+        {"3.10.4", "~/code/.python-version"},
+        {"3.11.4", "~/code/tool/.venv"},
         {"3.12.0", "~/.local/pipx/venvs/black"},
-        {"3.13.1", "~/work/tool/.python-version"},
+        {"3.13.1", "~/code/tool/.python-version"},
         {"pypy3.9-7.3.12", "~/.pyenv/version"},
         {"miniforge3-24.1", "~/.pyenv/versions/miniforge3-24.1/envs/data"},
     };
@@ -67,7 +67,7 @@ TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
         EXPECT_EQ(item.bytes(), test::diskUsage(home.path(".pyenv/versions/" + name)));
     }
 
-    home.folder("work/tool/.venv2/pyvenv.cfg");  // there, and no file that can be read
+    home.folder("code/tool/.venv2/pyvenv.cfg");  // there, and no file that can be read
     for (const CleanupItem& item : PythonRuntimesModule().scan(context).items)
         EXPECT_EQ(item.classification, Classification::protected_) << item.id;
 }
@@ -75,12 +75,12 @@ TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
 TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {
     TestHome home;
     interpreter(home, "3.12.0");
-    home.folder("work/alive");
+    home.folder("code/alive");
     for (const char* name : {"alive", "moved", "lonely", "broken", "it's out"})
         environment(home, std::string(".virtualenvs/") + name,
                     name == std::string("broken") ? "3.6" : "3.12.0");
-    home.text(".virtualenvs/alive/.project", home.path("work/alive") + "\n");
-    home.text(".virtualenvs/moved/.project", home.path("work/moved/") + "\n");
+    home.text(".virtualenvs/alive/.project", home.path("code/alive") + "\n");
+    home.text(".virtualenvs/moved/.project", home.path("code/moved/") + "\n");
     home.file(".virtualenvs/it's out/src/library/.git/HEAD");
     home.file(".virtualenvs/postactivate");
     home.file(".virtualenvs/wheels/a.whl");  // a folder that is no environment
@@ -92,7 +92,7 @@ TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {
         return found.at("python.environment." + name).explanation.storedWhySuggested.value_or("");
     };
     EXPECT_TRUE(why("alive").starts_with("Its project is still there."));
-    EXPECT_EQ(factOf(found.at("python.environment.alive"), "Project"), "~/work/alive");
+    EXPECT_EQ(factOf(found.at("python.environment.alive"), "Project"), "~/code/alive");
     EXPECT_TRUE(why("moved").starts_with("The project it was made for is no longer there"));
     EXPECT_TRUE(why("lonely").starts_with("Nothing says which project"));
     EXPECT_TRUE(why("broken").starts_with("Its interpreter is gone"));
