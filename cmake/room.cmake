@@ -1,5 +1,5 @@
 # The rooms whose code runs threads: with the thread sanitizer only their tests are built and run.
-set(BRINDLE_THREADED_ROOMS text measure settings tools scan session)
+set(BRINDLE_THREADED_ROOMS text measure settings tools projects guard scan removal session)
 
 # Builds every test program.
 add_custom_target(tests)
@@ -23,7 +23,7 @@ function(brindle_room name)
   list(TRANSFORM ROOM_ROOMS PREPEND brindle_)
   target_link_libraries(brindle_${name} PUBLIC ${ROOM_ROOMS} ${ROOM_LIBS})
   if(APPLE AND name STREQUAL "platform")
-    target_link_libraries(brindle_platform PUBLIC "-framework CoreFoundation" "-framework CoreServices")
+    target_link_libraries(brindle_platform PUBLIC "-framework CoreFoundation" "-framework CoreServices" "-framework Foundation")
   endif()
   brindle_tests(${name} "${PROJECT_SOURCE_DIR}/tests/core/${name}" brindle_${name})
 endfunction()

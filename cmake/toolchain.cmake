@@ -2,6 +2,9 @@
 set(CMAKE_CXX_STANDARD 23)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_OBJCXX_STANDARD 23)
+set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
+set(CMAKE_OBJCXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 if(NOT CMAKE_BUILD_TYPE)
@@ -16,6 +19,7 @@ set(BRINDLE_SANITIZE "" CACHE STRING "Sanitizers, as the compiler names them: ad
 find_program(BRINDLE_CCACHE ccache)
 if(BRINDLE_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${BRINDLE_CCACHE}")
+  set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${BRINDLE_CCACHE}")
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough)

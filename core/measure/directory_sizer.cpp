@@ -26,6 +26,17 @@ DirectoryMeasurement DirectorySizer::measureConcurrently(const std::string& path
     return walk.result();
 }
 
+MeasuredTree DirectorySizer::measureWithAreas(const std::string& path, const MeasureOptions& options,
+                                              const AreaRule& rule) const {
+    TreeWalk walk(path, options, &rule);
+    walkArena().execute([&] {
+        tbb::task_group group;
+        walk.run(group);
+        group.wait();
+    });
+    return walk.resultWithAreas();
+}
+
 std::map<std::string, DirectoryMeasurement> DirectorySizer::measure(const std::vector<std::string>& paths,
                                                                     const MeasureOptions& options) const {
     std::map<std::string, std::unique_ptr<TreeWalk>> walks;

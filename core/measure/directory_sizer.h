@@ -1,7 +1,8 @@
 // How much is there? Walks a tree and counts what it occupies.
 //
 // - Symbolic links are never followed: a link counts as itself.
-// - The walk stays on the volume where it began; folders on another one are listed, not entered.
+// - The walk stays on the volume where it began; folders on another one are listed, not entered. So is whatever is
+//   mounted in the tree, also when it is another place of the same volume.
 // - A file with several names counts once for each tracker; further sightings go to deduplicatedBytes.
 // - A folder that cannot be opened, an entry whose status cannot be read, and a listing that breaks off are
 //   listed in unreadablePaths while everything beside them is counted. A folder that has vanished is not
@@ -18,7 +19,9 @@
 #include <vector>
 
 #include "core/measure/hardlink_tracker.h"
+#include "core/measure/measured_tree.h"
 #include "core/model/directory_measurement.h"
+#include "core/platform/mount_points.h"
 
 namespace brindle {
 
@@ -28,7 +31,8 @@ using CancellationTest = std::function<bool()>;
 
 struct MeasureOptions {
     HardlinkTracker* hardlinks = nullptr;  // null: every name of a file counts
-    CancellationTest isCancelled;
+    CancellationTest isCancelled = {};
+    MountPoints mounts = MountPoints::current();  // whoever measures often asks once
 };
 
 // Blocking; call it off the interface thread. A cancelled walk returns what it had counted so far.
@@ -41,6 +45,10 @@ class DirectorySizer {
     // The same numbers, walked by all the workers of the process.
     DirectoryMeasurement measureConcurrently(const std::string& path,
                                              const MeasureOptions& options = {}) const;
+
+    // The same walk, which also measures parts of the tree by themselves: no entry is looked at twice.
+    MeasuredTree measureWithAreas(const std::string& path, const MeasureOptions& options,
+                                  const AreaRule& rule) const;
 
     // Each path by itself, all at once, with one tracker.
     std::map<std::string, DirectoryMeasurement> measure(const std::vector<std::string>& paths,

@@ -35,12 +35,38 @@ void DescriptorBudget::giveBack() {
     left_.fetch_add(1, std::memory_order_relaxed);
 }
 
+void WalkedArea::add(const DirectoryMeasurement& counted) {
+    const std::lock_guard guard(lock_);
+    if (!tally_) tally_.emplace();
+    *tally_ += counted;
+}
+
+void WalkedArea::addMark(std::string path) {
+    const std::lock_guard guard(lock_);
+    if (marks_.size() < MeasuredTree::kMostMarks) marks_.push_back(std::move(path));
+}
+
+std::optional<MeasuredArea> WalkedArea::result() const {
+    if (!tally_) return std::nullopt;
+    MeasuredArea area{path_, *tally_, marks()};
+    std::ranges::sort(area.measurement.unreadablePaths);
+    std::ranges::sort(area.measurement.otherVolumePaths);
+    return area;
+}
+
+std::vector<std::string> WalkedArea::marks() const {
+    std::vector<std::string> sorted = marks_;
+    std::ranges::sort(sorted);
+    return sorted;
+}
+
 ListedFolder::ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder,
-                           std::uint64_t inode)
+                           std::uint64_t inode, WalkPlace place)
     : parent_(parent),
       name_(name),
       open_(std::move(folder)),
       inode_(inode),
+      place_(place),
       isKept_(DescriptorBudget::ofProcess().take()) {}
 
 ListedFolder* ListedFolder::retain() {

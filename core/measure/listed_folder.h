@@ -3,10 +3,13 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "core/measure/measured_tree.h"
 #include "core/platform/open_folder.h"
 
 namespace brindle {
@@ -24,12 +27,38 @@ class DescriptorBudget {
     std::atomic<int> left_;
 };
 
+// A part of the tree that is also measured by itself. Any thread may add to it.
+class WalkedArea {
+  public:
+    explicit WalkedArea(std::string path) : path_(std::move(path)) {}
+
+    void add(const DirectoryMeasurement& counted);
+    void addMark(std::string path);
+
+    // After the walk; absent when nothing that could be measured lay there.
+    std::optional<MeasuredArea> result() const;
+    std::vector<std::string> marks() const;  // sorted
+
+  private:
+    const std::string path_;
+    std::mutex lock_;
+    std::optional<DirectoryMeasurement> tally_;
+    std::vector<std::string> marks_;
+};
+
+// Where a folder lies: in an area, or so few levels below the root that areas may begin in it.
+struct WalkPlace {
+    WalkedArea* area = nullptr;
+    int levelsLeft = -1;  // negative: no area begins here
+};
+
 // Counted by hand: references go up a chain of parents that may be thousands long, so releasing is a loop
 // where a shared pointer's destructor would be a recursion.
 class ListedFolder {
   public:
     // Takes over a reference to `parent` (null for the root, whose name is its whole path).
-    ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder, std::uint64_t inode);
+    ListedFolder(ListedFolder* parent, std::string_view name, OpenFolder folder, std::uint64_t inode,
+                 WalkPlace place);
 
     ListedFolder* retain();
     static void release(ListedFolder* folder);
@@ -51,6 +80,8 @@ class ListedFolder {
     // Whether subfolders hold the descriptor; fixed at construction.
     bool isKept() const { return isKept_; }
 
+    WalkPlace place() const { return place_; }
+
   private:
     ~ListedFolder() = default;
 
@@ -58,6 +89,7 @@ class ListedFolder {
     std::string name_;
     OpenFolder open_;
     const std::uint64_t inode_;
+    const WalkPlace place_;
     const bool isKept_;
     std::atomic<std::uint32_t> references_{1};
     std::atomic<std::uint32_t> users_{1};

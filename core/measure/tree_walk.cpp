@@ -4,9 +4,10 @@
 #include <cerrno>
 #include <chrono>
 #include <limits>
-#include <thread>
 
+#include "core/measure/patient_open.h"
 #include "core/model/byte_sum.h"
+#include "core/platform/machine.h"
 
 namespace brindle {
 
@@ -18,24 +19,20 @@ constexpr std::int64_t kFoldersAlone = 24;
 // Portions of large folders that wait for a worker at one time, 32 KiB each.
 constexpr int kMostPortions = 32;
 
-// Other parts of the program may hold every descriptor for a moment.
-constexpr int kDescriptorTries = 200;
-constexpr auto kDescriptorPause = std::chrono::milliseconds(5);
-
-// `open` returns 0 or an errno.
-template <typename Open>
-int openPatiently(Open open) {
-    for (int tries = 0;; ++tries) {
-        const int failure = open();
-        if ((failure != EMFILE && failure != ENFILE) || tries == kDescriptorTries) return failure;
-        std::this_thread::sleep_for(kDescriptorPause);
-    }
+// As the walk spells them: the system's table knows no links.
+std::vector<std::string> mountPointsBelow(const std::string& root, const MountPoints& mounts) {
+    const std::string real = canonicalPath(root).value_or(root);
+    std::vector<std::string> points = mounts.below(real);
+    const std::string top = root.ends_with('/') ? root : root + '/';
+    for (std::string& each : points)
+        each.replace(0, real.ends_with('/') ? real.size() : real.size() + 1, top);
+    return points;
 }
 
 }  // namespace
 
-TreeWalk::TreeWalk(std::string root, MeasureOptions options)
-    : root_(std::move(root)), options_(std::move(options)) {}
+TreeWalk::TreeWalk(std::string root, MeasureOptions options, const AreaRule* rule)
+    : root_(std::move(root)), options_(std::move(options)), rule_(rule) {}
 
 void TreeWalk::runAlone() {
     measureRoot();
@@ -57,6 +54,15 @@ DirectoryMeasurement TreeWalk::result() const {
     return sum;
 }
 
+MeasuredTree TreeWalk::resultWithAreas() const {
+    MeasuredTree tree{.root = rootStatus_, .whole = result(), .areas = {}, .marks = outside_.marks()};
+    for (const WalkedArea& area : areas_) {
+        if (auto measured = area.result()) tree.areas.push_back(std::move(*measured));
+    }
+    std::ranges::sort(tree.areas, {}, &MeasuredArea::path);
+    return tree;
+}
+
 void TreeWalk::measureRoot() {
     DirectoryMeasurement& tally = tallies_.local();
     const auto status = statusOf(root_);
@@ -65,10 +71,13 @@ void TreeWalk::measureRoot() {
         return;
     }
     if (!status->isFolder()) {
-        countFile(*status, tally);
+        rootStatus_ = *status;
+        countFile(*status, options_.hardlinks, tally);
         return;
     }
+    mountPoints_ = mountPointsBelow(root_, options_.mounts);
     Listing listing;
+    if (rule_ != nullptr) listing.place.levelsLeft = static_cast<int>(rule_->levels);
     const int failure = openPatiently([&] { return listing.own.openPath(root_); });
     if (failure == ENOENT) return;
     if (failure != 0 || !countFolder(listing)) {
@@ -82,17 +91,26 @@ void TreeWalk::measureRoot() {
 bool TreeWalk::countFolder(Listing& listing) {
     FileStatus status;
     if (listing.own.status(status) != 0) return false;
-    if (listing.parent == nullptr) rootDevice_ = status.device;
+    if (listing.parent == nullptr) {
+        rootStatus_ = status;
+        rootDevice_ = status.device;
+    }
     DirectoryMeasurement& tally = tallies_.local();
     listing.inode = status.inode;
     listing.isElsewhere = status.device != rootDevice_;
     if (listing.isElsewhere) {
-        tally.otherVolumePaths.push_back(pathOf(listing));
+        noteElsewhere(areaAbove(listing), pathOf(listing));
         return true;
     }
-    tally.directoryCount += 1;
-    tally.allocatedBytes = addBytes(tally.allocatedBytes, bytesOfBlocks(status.blocks));
+    const DirectoryMeasurement folder{.allocatedBytes = bytesOfBlocks(status.blocks), .directoryCount = 1};
+    tally += folder;
+    if (listing.place.area != nullptr) listing.place.area->add(folder);
     return true;
+}
+
+void TreeWalk::noteUnreadable(const Listing& listing, std::string path) {
+    if (listing.place.area != nullptr) listing.place.area->add({.unreadablePaths = {path}});
+    tallies_.local().unreadablePaths.push_back(std::move(path));
 }
 
 // Depth first, on this thread, until so many folders are walked or somebody else has taken over.
@@ -141,8 +159,29 @@ void TreeWalk::abandon(const Siblings& siblings) {
     ListedFolder::release(siblings.folder);
 }
 
+// What lies on another volume is part of an area, but no area itself.
+WalkedArea* TreeWalk::areaAbove(const Listing& listing) {
+    return listing.parent != nullptr ? listing.parent->place().area : nullptr;
+}
+
+void TreeWalk::noteElsewhere(WalkedArea* area, std::string path) {
+    if (area != nullptr) area->add({.otherVolumePaths = {path}});
+    tallies_.local().otherVolumePaths.push_back(std::move(path));
+}
+
+WalkPlace TreeWalk::placeBelow(const ListedFolder& parent, const char* name) {
+    const WalkPlace above = parent.place();
+    if (above.area != nullptr || above.levelsLeft < 0) return {.area = above.area};
+    if (rule_->isArea(name)) {
+        std::string path = parent.pathOf(name);
+        const std::lock_guard guard(areasLock_);
+        return {.area = &areas_.emplace_back(std::move(path))};
+    }
+    return {.levelsLeft = *name == '.' ? -1 : above.levelsLeft - 1};
+}
+
 std::optional<TreeWalk::Siblings> TreeWalk::expand(ListedFolder& parent, const char* name) {
-    Listing listing{.parent = &parent, .name = name};
+    Listing listing{.parent = &parent, .name = name, .place = placeBelow(parent, name)};
     OpenFolder reopened;
     const OpenFolder& above = parent.isKept() ? parent.open() : reopened;
     int failure = parent.isKept() ? 0 : openPatiently([&] { return parent.reopen(reopened); });
@@ -152,7 +191,7 @@ std::optional<TreeWalk::Siblings> TreeWalk::expand(ListedFolder& parent, const c
     if (failure != 0) return std::nullopt;
 
     if (!countFolder(listing)) {
-        tallies_.local().unreadablePaths.push_back(pathOf(listing));
+        noteUnreadable(listing, pathOf(listing));
         return std::nullopt;
     }
     if (listing.isElsewhere) return std::nullopt;
@@ -166,9 +205,8 @@ void TreeWalk::noteUnexpandable(const OpenFolder& above, const Listing& listing,
     if (failure == ENOENT) return;
     const bool isKnown = above.isOpen() && failure == 0;
     if (isKnown && !status.isFolder()) return;
-    DirectoryMeasurement& tally = tallies_.local();
-    const bool isElsewhere = isKnown && status.device != rootDevice_;
-    (isElsewhere ? tally.otherVolumePaths : tally.unreadablePaths).push_back(pathOf(listing));
+    if (isKnown && status.device != rootDevice_) return noteElsewhere(areaAbove(listing), pathOf(listing));
+    noteUnreadable(listing, pathOf(listing));
 }
 
 std::optional<TreeWalk::Siblings> TreeWalk::list(Listing& listing) {
@@ -193,7 +231,7 @@ std::optional<TreeWalk::Siblings> TreeWalk::list(Listing& listing) {
 
 // A folder that is removed while it is listed has no further entries, and nobody need be told.
 void TreeWalk::noteBrokenListing(const Listing& listing, int failure) {
-    if (failure != 0 && failure != ENOENT) tallies_.local().unreadablePaths.push_back(pathOf(listing));
+    if (failure != 0 && failure != ENOENT) noteUnreadable(listing, pathOf(listing));
 }
 
 // The portions after the first. Each that another worker can examine goes to it together with the descriptor.
@@ -220,7 +258,7 @@ void TreeWalk::handPortion(ListedFolder& folder, Portion portion) {
     folder.addUsers(1);
     group_->run([this, kept = folder.retain(), portion = std::move(portion)] {
         FolderNames names;
-        Listing listing{.listed = kept};
+        Listing listing{.place = kept->place(), .listed = kept};
         examine(*portion, listing, names);
         if (names.count() > 0) hand(siblings(*kept, std::move(names)));
         kept->removeUser();
@@ -232,8 +270,8 @@ void TreeWalk::handPortion(ListedFolder& folder, Portion portion) {
 ListedFolder& TreeWalk::listedFolder(Listing& listing) {
     if (listing.listed == nullptr) {
         ListedFolder* parent = listing.parent ? listing.parent->retain() : nullptr;
-        listing.listed =
-            new ListedFolder(parent, parent ? listing.name : root_, std::move(listing.own), listing.inode);
+        listing.listed = new ListedFolder(parent, parent ? listing.name : root_, std::move(listing.own),
+                                          listing.inode, listing.place);
     }
     return *listing.listed;
 }
@@ -246,29 +284,49 @@ TreeWalk::Siblings TreeWalk::siblings(ListedFolder& folder, FolderNames names) {
 
 void TreeWalk::examine(EntryBlock& block, Listing& listing, FolderNames& names) {
     DirectoryMeasurement& tally = tallies_.local();
+    DirectoryMeasurement ofArea;
     ListedEntry entry;
     while (!isCancelled() && block.next(entry)) {
+        if (rule_ != nullptr && rule_->isMark(entry.name, listing.place.area != nullptr))
+            noteMark(listing, entry.name);
+        if (isMountPoint(listing, entry.name)) {
+            noteElsewhere(listing.place.area, pathOf(listing, entry.name));
+            continue;
+        }
         if (entry.kind == ListedEntry::Kind::folder) {
             names.add(entry.name);
             continue;
         }
         FileStatus status;
         if (listing.open().statusAt(entry.name, status) != 0) {
-            std::string path = pathOf(listing);
-            if (!path.ends_with('/')) path += '/';
-            tally.unreadablePaths.push_back(path.append(entry.name));
+            noteUnreadable(listing, pathOf(listing, entry.name));
         } else if (status.isFolder()) {
             names.add(entry.name);
         } else {
-            countFile(status, tally);
+            countFile(status, options_.hardlinks, tally);
+            if (listing.place.area != nullptr) countFile(status, rule_->hardlinks, ofArea);
         }
     }
+    if (listing.place.area != nullptr) listing.place.area->add(ofArea);
 }
 
-void TreeWalk::countFile(const FileStatus& status, DirectoryMeasurement& tally) {
+void TreeWalk::noteMark(const Listing& listing, const char* name) {
+    std::string path = pathOf(listing, name);
+    if (rule_->keepsMark && !rule_->keepsMark(path)) return;
+    (listing.place.area != nullptr ? *listing.place.area : outside_).addMark(std::move(path));
+}
+
+// Paths are built for names alone that could be one.
+bool TreeWalk::isMountPoint(const Listing& listing, const char* name) const {
+    return std::ranges::any_of(mountPoints_, [&](const std::string& each) {
+        return each.ends_with(name) && each == pathOf(listing, name);
+    });
+}
+
+void TreeWalk::countFile(const FileStatus& status, HardlinkTracker* hardlinks, DirectoryMeasurement& tally) {
     const std::uint64_t bytes = bytesOfBlocks(status.blocks);
     if (status.linkCount >= 2) {
-        if (options_.hardlinks && !options_.hardlinks->claim(status.device, status.inode)) {
+        if (hardlinks != nullptr && !hardlinks->claim(status.device, status.inode)) {
             tally.deduplicatedBytes = addBytes(tally.deduplicatedBytes, bytes);
             return;
         }
@@ -284,6 +342,12 @@ void TreeWalk::countFile(const FileStatus& status, DirectoryMeasurement& tally) 
 std::string TreeWalk::pathOf(const Listing& listing) const {
     if (listing.listed != nullptr) return listing.listed->path();
     return listing.parent != nullptr ? listing.parent->pathOf(listing.name) : root_;
+}
+
+std::string TreeWalk::pathOf(const Listing& listing, const char* name) const {
+    std::string path = pathOf(listing);
+    if (!path.ends_with('/')) path += '/';
+    return path.append(name);
 }
 
 }  // namespace brindle

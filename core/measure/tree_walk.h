@@ -11,7 +11,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,7 +25,8 @@ namespace brindle {
 
 class TreeWalk {
   public:
-    TreeWalk(std::string root, MeasureOptions options);
+    // `rule` may be null, and must outlive the walk.
+    TreeWalk(std::string root, MeasureOptions options, const AreaRule* rule = nullptr);
 
     // Everything on the calling thread.
     void runAlone();
@@ -33,6 +36,7 @@ class TreeWalk {
 
     // After the walk: the sum of what every thread counted, path lists sorted.
     DirectoryMeasurement result() const;
+    MeasuredTree resultWithAreas() const;
 
   private:
     // Owns a reference to the folder.
@@ -49,6 +53,7 @@ class TreeWalk {
         ListedFolder* parent = nullptr;
         const char* name = "";
         std::uint64_t inode = 0;
+        WalkPlace place = {};
         bool isElsewhere = false;  // on another volume
         OpenFolder own = {};
         ListedFolder* listed = nullptr;
@@ -64,8 +69,12 @@ class TreeWalk {
     void spread();
     void walk(Siblings siblings);
     void abandon(const Siblings& siblings);
+    WalkPlace placeBelow(const ListedFolder& parent, const char* name);
     std::optional<Siblings> expand(ListedFolder& parent, const char* name);
     bool countFolder(Listing& listing);
+    static WalkedArea* areaAbove(const Listing& listing);
+    void noteElsewhere(WalkedArea* area, std::string path);
+    void noteUnreadable(const Listing& listing, std::string path);
     void noteUnexpandable(const OpenFolder& above, const Listing& listing, int failure);
     void noteBrokenListing(const Listing& listing, int failure);
     std::optional<Siblings> list(Listing& listing);
@@ -74,18 +83,27 @@ class TreeWalk {
     ListedFolder& listedFolder(Listing& listing);
     Siblings siblings(ListedFolder& folder, FolderNames names);
     void examine(EntryBlock& block, Listing& listing, FolderNames& names);
-    void countFile(const FileStatus& status, DirectoryMeasurement& tally);
+    static void countFile(const FileStatus& status, HardlinkTracker* hardlinks, DirectoryMeasurement& tally);
+    void noteMark(const Listing& listing, const char* name);
+    bool isMountPoint(const Listing& listing, const char* name) const;
     std::string pathOf(const Listing& listing) const;
+    std::string pathOf(const Listing& listing, const char* name) const;
     bool isCancelled() const { return options_.isCancelled && options_.isCancelled(); }
 
     const std::string root_;
     const MeasureOptions options_;
+    const AreaRule* const rule_;
     std::int32_t rootDevice_ = 0;
-    tbb::task_group* helpers_ = nullptr;  // who could help
-    tbb::task_group* group_ = nullptr;    // who does; null while everything is still on one thread
-    std::vector<Siblings> pending_;       // used while `group_` is null
+    std::optional<FileStatus> rootStatus_;
+    std::vector<std::string> mountPoints_;  // in this tree, mostly none
+    tbb::task_group* helpers_ = nullptr;    // who could help
+    tbb::task_group* group_ = nullptr;      // who does; null while everything is still on one thread
+    std::vector<Siblings> pending_;         // used while `group_` is null
     std::atomic<int> portionsHanded_{0};
     tbb::enumerable_thread_specific<DirectoryMeasurement> tallies_;
+    std::mutex areasLock_;
+    std::deque<WalkedArea> areas_;       // stay where they are
+    WalkedArea outside_{std::string()};  // for the marks that lie in no area
 };
 
 }  // namespace brindle

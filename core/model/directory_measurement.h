@@ -23,12 +23,13 @@ struct DirectoryMeasurement {
     std::uint64_t logicalBytes = 0;    // sizes of the counted files
     std::int64_t fileCount = 0;        // everything that is no folder
     std::int64_t directoryCount = 0;   // folders opened and walked
-    std::optional<std::chrono::sys_seconds> newestModified;  // of a counted file
-    std::optional<std::chrono::sys_seconds> oldestModified;
-    std::vector<std::string> unreadablePaths;   // status or listing could not be read; sorted after a walk
-    std::vector<std::string> otherVolumePaths;  // on another volume, not entered; sorted after a walk
-    std::uint64_t deduplicatedBytes = 0;        // hard-linked files already counted elsewhere in this scan
-    std::uint64_t hardLinkedBytes = 0;  // of allocatedBytes, the files that have further names somewhere
+    std::optional<std::chrono::sys_seconds> newestModified = {};  // of a counted file
+    std::optional<std::chrono::sys_seconds> oldestModified = {};
+    std::vector<std::string> unreadablePaths =
+        {};  // status or listing could not be read; sorted after a walk
+    std::vector<std::string> otherVolumePaths = {};  // on another volume, not entered; sorted after a walk
+    std::uint64_t deduplicatedBytes = 0;  // hard-linked files already counted elsewhere in this scan
+    std::uint64_t hardLinkedBytes = 0;    // of allocatedBytes, the files that have further names somewhere
 
     bool operator==(const DirectoryMeasurement&) const = default;
     DirectoryMeasurement& operator+=(const DirectoryMeasurement& other);

@@ -4,6 +4,7 @@
 
 #include <charconv>
 
+#include "core/text/calendar.h"
 #include "core/text/printable.h"
 
 namespace brindle {
@@ -16,19 +17,9 @@ std::unexpected<Error> malformed(std::string_view reason) {
     return std::unexpected(malformedError(kReading, "", reason));
 }
 
-Json optionalText(const std::optional<std::string>& text) {
-    return text ? Json(jsonText(*text)) : Json(nullptr);
-}
-
 Json optionalTime(const std::optional<std::chrono::sys_seconds>& moment) {
     const auto text = moment ? iso8601(*moment) : std::nullopt;
     return text ? Json(*text) : Json(nullptr);
-}
-
-Json texts(const std::vector<std::string>& list) {
-    Json array = Json::array();
-    for (const std::string& text : list) array.push_back(jsonText(text));
-    return array;
 }
 
 // The bytes of a valid UTF-8 sequence at the front, 0 where the first byte begins none.
@@ -82,6 +73,16 @@ std::expected<std::string, Error> bytesOfJsonText(std::string_view text) {
     return bytes;
 }
 
+Json jsonTextOrNull(const std::optional<std::string>& bytes) {
+    return bytes ? Json(jsonText(*bytes)) : Json(nullptr);
+}
+
+Json jsonTexts(const std::vector<std::string>& list) {
+    Json array = Json::array();
+    for (const std::string& text : list) array.push_back(jsonText(text));
+    return array;
+}
+
 Json toJson(const Regeneration& regeneration) {
     return Json{{std::string(rawTextOf(regeneration.kind)), jsonText(regeneration.storedText)}};
 }
@@ -110,8 +111,8 @@ Json toJson(const DirectoryMeasurement& measurement) {
         {"directoryCount", measurement.directoryCount},
         {"newestModified", optionalTime(measurement.newestModified)},
         {"oldestModified", optionalTime(measurement.oldestModified)},
-        {"unreadablePaths", texts(measurement.unreadablePaths)},
-        {"otherVolumePaths", texts(measurement.otherVolumePaths)},
+        {"unreadablePaths", jsonTexts(measurement.unreadablePaths)},
+        {"otherVolumePaths", jsonTexts(measurement.otherVolumePaths)},
         {"deduplicatedBytes", measurement.deduplicatedBytes},
         {"hardLinkedBytes", measurement.hardLinkedBytes},
         {"isComplete", measurement.isComplete()},
@@ -122,9 +123,9 @@ Json toJson(const DirectoryMeasurement& measurement) {
 Json toJson(const RemovalStrategy& removal) {
     if (const auto* command = std::get_if<RunCommand>(&removal.how)) {
         return Json{{"runCommand", Json{{"executable", jsonText(command->executable)},
-                                        {"arguments", texts(command->arguments)}}}};
+                                        {"arguments", jsonTexts(command->arguments)}}}};
     }
-    return Json{{"deletePaths", texts(removal.affectedPaths())}};
+    return Json{{"deletePaths", jsonTexts(removal.affectedPaths())}};
 }
 
 Json toJson(const CleanupItem& item) {
@@ -138,8 +139,8 @@ Json toJson(const CleanupItem& item) {
         {"measurement", toJson(item.measurement)},
         {"explanation", toJson(item.explanation)},
         {"removal", toJson(item.removal)},
-        {"projectPath", optionalText(item.projectPath)},
-        {"clears", optionalText(item.clears)},
+        {"projectPath", jsonTextOrNull(item.projectPath)},
+        {"clears", jsonTextOrNull(item.clears)},
     };
 }
 
@@ -148,7 +149,7 @@ Json toJson(const StorageCategory& category) {
         {"kind", category.id()},
         {"bytes", category.bytes},
         {"isMeasured", category.isMeasured},
-        {"blockedReason", optionalText(category.storedBlockedReason)},
+        {"blockedReason", jsonTextOrNull(category.storedBlockedReason)},
     };
 }
 
@@ -166,15 +167,6 @@ Json toJson(const DiskInfo& disk) {
         {"totalBytes", disk.totalBytes},
         {"freeBytes", disk.freeBytes},
         {"usedBytes", disk.usedBytes()},
-    };
-}
-
-Json toJson(const Project& project) {
-    return Json{
-        {"path", jsonText(project.path)},
-        {"name", jsonText(project.name)},
-        {"lastUsed", project.lastUsed ? Json(iso8601(*project.lastUsed)) : Json(nullptr)},
-        {"measurement", toJson(project.measurement)},
     };
 }
 

@@ -7,12 +7,13 @@
 
 #include <expected>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/model/cleanup_item.h"
 #include "core/model/disk_info.h"
-#include "core/model/project.h"
 #include "core/model/storage_category.h"
 #include "core/model/unreachable_location.h"
 #include "core/platform/error.h"
@@ -26,6 +27,9 @@ using Json = nlohmann::ordered_json;
 std::string jsonText(std::string_view bytes);
 std::expected<std::string, Error> bytesOfJsonText(std::string_view text);
 
+Json jsonTextOrNull(const std::optional<std::string>& bytes);
+Json jsonTexts(const std::vector<std::string>& list);
+
 Json toJson(const Regeneration& regeneration);  // {"command": "cargo build"}
 Json toJson(const Fact& fact);                  // {"label", "value"}
 Json toJson(const Explanation& explanation);    // absent texts are left out, "facts" is always there
@@ -36,7 +40,6 @@ Json toJson(const CleanupItem& item);
 Json toJson(const StorageCategory& category);
 Json toJson(const UnreachableLocation& location);
 Json toJson(const DiskInfo& disk);
-Json toJson(const Project& project);
 
 // Missing required keys, other types and unknown raw texts fail; unknown keys are ignored.
 std::expected<Regeneration, Error> regenerationFromJson(const Json& json);

@@ -1,5 +1,6 @@
 #include "core/model/unreachable_location.h"
 
+#include "core/platform/file_status.h"
 #include "core/text/core_strings.h"
 
 namespace brindle {
@@ -37,6 +38,12 @@ std::string UnreachableLocation::remedy() const {
 
 UnreachableLocation UnreachableLocation::withDefaultRemedy(std::string path, Reason reason) {
     return {std::move(path), reason, std::string(textsOf(reason).remedy)};
+}
+
+UnreachableLocation::Reason reasonUnreadable(const std::string& path) {
+    const auto status = statusOf(path);
+    const bool isGone = !status && status.error().kind == Error::Kind::missing;
+    return isGone ? UnreachableLocation::Reason::missing : UnreachableLocation::Reason::permissionDenied;
 }
 
 bool isDeliberate(Reason reason) {

@@ -40,6 +40,9 @@ constexpr std::string_view rawText(UnreachableLocation::Reason reason) {
     return rawTextOf(reason);
 }
 
+// Why a walk could not read what lies there: what has vanished meanwhile is missing, and nobody need look for permissions.
+UnreachableLocation::Reason reasonUnreadable(const std::string& path);
+
 bool isDeliberate(UnreachableLocation::Reason reason);
 std::string label(UnreachableLocation::Reason reason);          // localised
 std::string defaultRemedy(UnreachableLocation::Reason reason);  // localised

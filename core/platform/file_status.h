@@ -23,6 +23,9 @@ struct FileStatus {
     bool isRegular() const;
 };
 
+// Whether both describe one object: device, inode and mode. What was written into it meanwhile does not matter.
+bool isSameObject(const FileStatus& one, const FileStatus& other);
+
 // Of the path itself: a symbolic link is described as the link.
 std::expected<FileStatus, Error> statusOf(const std::string& path);
 

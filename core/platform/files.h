@@ -39,7 +39,11 @@ std::expected<void, Error> probeFile(const std::string& path, std::size_t most =
 std::expected<void, Error> writeFileAtomically(const std::string& path, std::string_view content,
                                                std::uint32_t mode = 0600);
 
-// Makes the folder and its missing parents; one that is there already, also through a link, is success.
+// Removes from a folder what writeFileAtomically could not, because its process was killed. What belongs to a process that
+// still runs is left.
+void removeAbandonedFiles(const std::string& directory);
+
+// Makes the folder and its missing parents, each synced; one that is there already, also through a link, is success.
 // Anything else in the way is Kind::alreadyExists, or Kind::missing where a parent is no folder.
 std::expected<void, Error> createFolders(const std::string& path, std::uint32_t mode = 0700);
 

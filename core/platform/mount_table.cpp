@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cstddef>
 
+#include "core/platform/mount_points.h"
 #include "core/platform/volume.h"
 
 namespace brindle {
@@ -42,18 +44,45 @@ bool holds(std::string_view mountPoint, std::string_view path) {
     return mountPoint == "/" || path.size() == mountPoint.size() || path[mountPoint.size()] == '/';
 }
 
+// One for each line, in their order; empty where a line has none.
+std::vector<std::string> mountPointsIn(std::string_view mountinfo) {
+    std::vector<std::string> points;
+    while (!mountinfo.empty()) {
+        const std::string_view line = mountinfo.substr(0, mountinfo.find('\n'));
+        mountinfo.remove_prefix(line.size() < mountinfo.size() ? line.size() + 1 : line.size());
+        points.push_back(withoutEscapes(fieldOf(line, kMountPointField)));
+    }
+    return points;
+}
+
 }  // namespace
 
 std::optional<std::string> mountPointHolding(std::string_view path, std::string_view mountinfo) {
     std::optional<std::string> longest;
-    while (!mountinfo.empty()) {
-        const std::string_view line = mountinfo.substr(0, mountinfo.find('\n'));
-        mountinfo.remove_prefix(line.size() < mountinfo.size() ? line.size() + 1 : line.size());
-        const std::string mountPoint = withoutEscapes(fieldOf(line, kMountPointField));
-        if (holds(mountPoint, path) && (!longest || mountPoint.size() > longest->size()))
-            longest = mountPoint;
+    for (std::string& point : mountPointsIn(mountinfo)) {
+        if (holds(point, path) && (!longest || point.size() > longest->size())) longest = std::move(point);
     }
     return longest;
+}
+
+MountPoints MountPoints::fromTable(std::string_view mountinfo) {
+    std::vector<std::string> points = mountPointsIn(mountinfo);
+    std::ranges::sort(points);
+    points.erase(std::ranges::unique(points).begin(), points.end());
+    MountPoints made;
+    made.sorted_ = std::make_shared<const std::vector<std::string>>(std::move(points));
+    return made;
+}
+
+std::vector<std::string> MountPoints::below(const std::string& path) const {
+    if (!sorted_) return {};
+    const std::string inside = path.ends_with('/') ? path : path + '/';
+    std::vector<std::string> found;
+    for (auto each = std::ranges::upper_bound(*sorted_, inside);
+         each != sorted_->end() && each->starts_with(inside); ++each) {
+        found.push_back(*each);
+    }
+    return found;
 }
 
 }  // namespace brindle

@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "core/platform/file_status.h"
 
@@ -46,8 +48,20 @@ class OpenFolder {
     int openAt(const OpenFolder& parent, const char* name);
     // An absolute path of any length, also longer than the system takes in one call.
     int openPath(const std::string& path);
+    // An absolute path, component by component: a link anywhere in it is refused, not only at its end. "." and ".." are
+    // EINVAL. Folders on the way need not be readable.
+    int openWithoutLinks(const std::string& path);
+    // The same for a relative path beneath `start`. With `making`, folders that are missing are made with that mode,
+    // less the umask.
+    int openBelow(const OpenFolder& start, std::string_view relative,
+                  std::optional<std::uint32_t> making = std::nullopt);
     void close();
     bool isOpen() const { return descriptor_ >= 0; }
+    // For the bodies of core/platform and core/removal only; stays the folder's own.
+    int descriptor() const { return descriptor_; }
+
+    // Takes over the descriptor of an open folder; for bodies in core/platform.
+    void adopt(int descriptor);
 
     // Of the folder itself.
     int status(FileStatus& status) const;

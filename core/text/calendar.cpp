@@ -143,6 +143,12 @@ std::string iso8601(TimePoint moment) {
     return iso8601(std::chrono::floor<std::chrono::seconds>(moment)).value();
 }
 
+std::optional<std::string> minuteText(sys_seconds moment) {
+    const auto text = iso8601(moment);
+    if (!text) return std::nullopt;
+    return text->substr(0, 10) + " " + text->substr(11, 5) + " UTC";
+}
+
 std::optional<TimePoint> timeFromIso8601(std::string_view text) {
     Reader reader(text);
     const auto date = readDate(reader);

@@ -21,7 +21,10 @@ std::optional<int> wholeDaysBetween(std::chrono::sys_seconds from, std::chrono::
 std::string iso8601(TimePoint moment);
 std::optional<std::string> iso8601(std::chrono::sys_seconds moment);
 
-// The inverse; also accepts fractions of a second and an offset such as +01:00. Absent for anything else.
+// "2026-11-21 07:19 UTC": for people, where a relative age is too coarse. Absent as iso8601.
+std::optional<std::string> minuteText(std::chrono::sys_seconds moment);
+
+// The inverse of iso8601; also accepts fractions of a second and an offset such as +01:00. Absent for anything else.
 std::optional<TimePoint> timeFromIso8601(std::string_view text);
 
 }  // namespace brindle

@@ -21,6 +21,7 @@ using Outcome = std::expected<ProcessResult, ProcessError>;
 
 constexpr Seconds kPollInterval{0.02};
 constexpr Seconds kFirstPoll{0.001};
+constexpr Seconds kLimitInterval{0.1};
 constexpr Seconds kTerminateGrace{0.5};
 constexpr Seconds kWaitingGrace{0.25};
 
@@ -60,6 +61,7 @@ struct OutputFiles {
 // Returns when the child has ended by itself, or with the reason why it has to be stopped.
 std::optional<ProcessError> watch(ChildProcess& child, const OutputFiles& files, const RunOptions& options) {
     const Seconds deadline = systemUptime() + options.timeout;
+    Seconds nextLook = systemUptime() + kLimitInterval;
     std::array<OutputWatch, 2> streams{
         OutputWatch(files.outputPath, options.waitingPhrases, ProcessRunner::kOutputLimit),
         OutputWatch(files.errorsPath, options.waitingPhrases, ProcessRunner::kOutputLimit)};
@@ -68,7 +70,11 @@ std::optional<ProcessError> watch(ChildProcess& child, const OutputFiles& files,
         if (options.isCancelled && options.isCancelled()) return plainError(Kind::cancelled);
         // Written so that a time-out that is not a number ends the run, too.
         if (!(systemUptime() < deadline)) return plainError(Kind::timedOut);
+        // Without phrases only the limit matters, and it is not filled that fast.
+        const bool isLooking = !options.waitingPhrases.empty() || systemUptime() >= nextLook;
+        if (isLooking) nextLook = systemUptime() + kLimitInterval;
         for (auto& stream : streams) {
+            if (!isLooking) break;
             const auto seen = stream.look();
             if (!seen) return errorFor(seen.error());
             if (seen->isBeyondLimit) return plainError(Kind::tooMuchOutput);

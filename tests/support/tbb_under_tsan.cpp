@@ -55,6 +55,10 @@ class AnnouncedCall final : public tbb::detail::d1::delegate_base {
 
 }  // namespace
 
+namespace {
+char givenBack = 0;
+}
+
 namespace tbb::detail::r1 {
 
 void spawn(d1::task& task, d1::task_group_context& context) {
@@ -100,6 +104,7 @@ void deallocate(d1::small_object_pool& pool, void* block, std::size_t bytes) {
     static auto* real = theirs<void(d1::small_object_pool&, void*, std::size_t)>(
         "_ZN3tbb6detail2r110deallocateERNS0_2d117small_object_poolEPvm");
     __tsan_release(block);
+    __tsan_release(&givenBack);
     real(pool, block, bytes);
 }
 
@@ -107,6 +112,7 @@ void deallocate(d1::small_object_pool& pool, void* block, std::size_t bytes, con
     static auto* real = theirs<void(d1::small_object_pool&, void*, std::size_t, const d1::execution_data&)>(
         "_ZN3tbb6detail2r110deallocateERNS0_2d117small_object_poolEPvmRKNS2_14execution_dataE");
     __tsan_release(block);
+    __tsan_release(&givenBack);
     real(pool, block, bytes, data);
 }
 
@@ -116,7 +122,9 @@ void* cache_aligned_allocate(std::size_t bytes) {
     return std::aligned_alloc(kLine, (bytes + kLine - 1) / kLine * kLine);
 }
 
+// A thread that ends frees its pool, once every block of it was given back.
 void cache_aligned_deallocate(void* block) {
+    __tsan_acquire(&givenBack);
     std::free(block);
 }
 

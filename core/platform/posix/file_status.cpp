@@ -18,6 +18,10 @@ bool FileStatus::isRegular() const {
     return S_ISREG(mode);
 }
 
+bool isSameObject(const FileStatus& one, const FileStatus& other) {
+    return one.device == other.device && one.inode == other.inode && one.mode == other.mode;
+}
+
 std::expected<FileStatus, Error> statusOf(const std::string& path) {
     struct stat record{};
     if (::lstat(path.c_str(), &record) != 0) {

@@ -15,6 +15,7 @@
 #include <dirent.h>
 
 #include "core/platform/posix/descriptor.h"
+#include "core/platform/posix/durable.h"
 #include "core/platform/posix/ownership.h"
 
 namespace brindle {
@@ -90,12 +91,15 @@ std::expected<void, Error> probeFile(const std::string& path, std::size_t most) 
 
 namespace {
 
-// Best effort: a folder that stays root's can still be read by its user's programs.
-void giveToOwnerOfParent(const std::string& path) {
+// Best effort: a folder that stays root's can still be read by its user's programs, and a parent that may not be
+// opened cannot be synced either. False when what is new in the parent may not outlast a power cut.
+bool settleInParent(const std::string& path) {
     const Descriptor made(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!made) return;
+    if (!made) return true;
     const Descriptor parent(::openat(made.get(), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (parent) giveToOwnerOf(parent.get(), made.get());
+    if (!parent) return true;
+    giveToOwnerOf(parent.get(), made.get());
+    return syncFolder(parent.get()) == 0;
 }
 
 }  // namespace
@@ -114,7 +118,7 @@ std::expected<void, Error> createFolders(const std::string& path, std::uint32_t 
         if (auto parent = createFolders(path.substr(0, slash), mode); !parent) return parent;
     }
     if (::mkdir(path.c_str(), static_cast<mode_t>(mode)) == 0) {
-        giveToOwnerOfParent(path);
+        if (!settleInParent(path)) return failure("sync the folder of", path);
         return {};
     }
     const int reason = errno;
@@ -180,7 +184,8 @@ TemporaryFolder& TemporaryFolder::operator=(TemporaryFolder&& other) noexcept {
 void TemporaryFolder::remove() noexcept {
     if (path_.empty()) return;
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    // An empty one needs no descriptor, of which there may be none left.
+    if (!std::filesystem::remove(path_, ignored)) std::filesystem::remove_all(path_, ignored);
     path_.clear();
 }
 
@@ -191,11 +196,17 @@ std::expected<Descriptor, Error> lockedFile(const std::string& path, int operati
     if (slash != std::string::npos && slash > 0) {
         if (auto made = createFolders(path.substr(0, slash)); !made) return Failure(made.error());
     }
-    Descriptor file(retried([&] { return ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600); }));
+    // Never through a link, and only what was made here is given away: root may be led anywhere.
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    Descriptor file(retried([&] { return ::open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0600); }));
+    if (file) {
+        const std::string folderPath = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+        const Descriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (folder) giveToOwnerOf(folder.get(), file.get());
+    } else if (errno == EEXIST) {
+        file = Descriptor(retried([&] { return ::open(path.c_str(), kFlags); }));
+    }
     if (!file) return failure("open the lock", path);
-    const std::string folderPath = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const Descriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder) giveToOwnerOf(folder.get(), file.get());
     if (retried([&] { return ::flock(file.get(), operation); }) != 0) return failure("lock", path);
     return file;
 }

@@ -2,16 +2,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <climits>
 #include <cstdio>
-
-#include <fmt/format.h>
 
 #include "core/platform/files.h"
 #include "core/platform/path_text.h"
 #include "core/platform/posix/descriptor.h"
+#include "core/platform/posix/durable.h"
 #include "core/platform/posix/ownership.h"
+#include "core/platform/posix/temporary_file.h"
 
 namespace brindle {
 
@@ -37,23 +36,6 @@ std::expected<std::string, Error> endOfLinks(std::string path) {
     return failure("follow", path, ELOOP);
 }
 
-// On macOS a plain fsync leaves the bytes in the drive's own memory.
-int syncToDisk(int descriptor) {
-#ifdef F_FULLFSYNC
-    if (::fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
-#endif
-    return retried([&] { return ::fsync(descriptor); });
-}
-
-bool writeAll(int descriptor, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t written = retried([&] { return ::write(descriptor, content.data(), content.size()); });
-        if (written < 0) return false;
-        content.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 // A file beside the one to be replaced, gone again unless it took the other's place.
 class Replacement {
   public:
@@ -68,9 +50,8 @@ class Replacement {
 
     // Not named after the file: its name may already be as long as a name can be.
     bool create() {
-        static std::atomic<unsigned> counter{0};
         do {
-            name_ = fmt::format(".brindle-{}-{}.tmp", ::getpid(), counter++);
+            name_ = nextTemporaryName();
             file_ = Descriptor(retried([&] {
                 return ::openat(folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
                                 0600);
@@ -114,9 +95,7 @@ std::expected<void, Error> writeFileAtomically(const std::string& path, std::str
     if (!replacement.create()) return failure("create a file in", parent);
     if (!replacement.fill(content, mode)) return failure("write", path);
     if (!replacement.takePlaceOf(name)) return failure("replace", path);
-    // Some network and user-space file systems cannot sync a folder at all, and say so.
-    if (syncToDisk(folder.get()) != 0 && errno != EINVAL && errno != ENOTSUP)
-        return failure("sync the folder of", path);
+    if (syncFolder(folder.get()) != 0) return failure("sync the folder of", path);
     return {};
 }
 

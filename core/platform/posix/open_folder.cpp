@@ -80,6 +80,11 @@ int OpenFolder::openPath(const std::string& path) {
     return descriptor_ < 0 ? failure : 0;
 }
 
+void OpenFolder::adopt(int descriptor) {
+    close();
+    descriptor_ = descriptor;
+}
+
 int OpenFolder::status(FileStatus& status) const {
     struct stat record{};
     if (::fstat(descriptor_, &record) != 0) return errno;

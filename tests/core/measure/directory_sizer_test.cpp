@@ -1,7 +1,6 @@
 #include "core/measure/directory_sizer.h"
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,14 +9,10 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
-
-#ifdef __linux__
-#include <sched.h>
-#endif
 
 #include "core/platform/file_status.h"
 #include "tests/support/disk_usage.h"
+#include "tests/support/mounted.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -250,28 +245,32 @@ TEST(DirectorySizerUnprivileged, ListsWhatItCannotReadAndCountsTheRest) {
     EXPECT_EQ(DirectorySizer().measure(home.path("tree/closed")).unreadablePaths.size(), 1U);
 }
 
-#ifdef __linux__
-// In a mount namespace of the test's own thread: nothing is left behind, whatever happens.
-TEST(DirectorySizer, ListsAMountedVolumeAndDoesNotEnterIt) {
-    TestHome home;
-    home.file("tree/data", 5000);
-    home.folder("tree/mounted");
-    bool isMounted = false;
-    DirectoryMeasurement measurement;
-    std::thread([&] {
-        isMounted = unshare(CLONE_NEWNS) == 0 && mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                    mount("tmpfs", home.path("tree/mounted").c_str(), "tmpfs", 0, nullptr) == 0;
-        if (!isMounted) return;
-        home.file("tree/mounted/elsewhere", 100'000);
-        measurement = DirectorySizer().measure(home.path("tree"));
-    }).join();
-    if (!isMounted) GTEST_SKIP() << "this process may not mount anything";
-    EXPECT_EQ(measurement.otherVolumePaths, std::vector{home.path("tree/mounted")});
-    EXPECT_EQ(measurement.fileCount, 1);
-    EXPECT_EQ(measurement.directoryCount, 1);
-    EXPECT_FALSE(measurement.isComplete());
+// A second place of the same volume has the same device number, and a file can be mounted as well as a folder.
+TEST(DirectorySizer, ListsWhatIsMountedAndDoesNotEnterIt) {
+    for (const std::string source : {"", "far", "far/elsewhere"}) {
+        TestHome home;
+        home.file("far/elsewhere", 100'000);
+        home.file("real/tree/data", 5000);
+        home.file("real/tree/target/x/mounted-not", 5000);
+        home.link("tree", "real");
+        const std::string place = "real/tree/target/mounted";
+        source == "far/elsewhere" ? home.file(place) : home.folder(place);
+        const std::string seen = home.path("tree/tree/target/mounted");
+        const AreaRule rule{.isArea = [](std::string_view name) { return name == "target"; },
+                            .isMark = [](std::string_view, bool) { return false; }};
+        const auto body = [&] {
+            const DirectoryMeasurement alone = DirectorySizer().measure(home.path("tree/tree"));
+            EXPECT_EQ(alone.otherVolumePaths, std::vector{seen});
+            EXPECT_EQ(alone.fileCount, 2);
+            EXPECT_EQ(alone.directoryCount, 3);
+            EXPECT_EQ(DirectorySizer().measure(seen).fileCount, source.empty() ? 0 : 1) << "its own root";
+            const MeasuredTree tree = DirectorySizer().measureWithAreas(home.path("tree/tree"), {}, rule);
+            EXPECT_EQ(tree.areas.at(0).measurement.otherVolumePaths, std::vector{seen});
+        };
+        const std::string from = source.empty() ? source : home.path(source);
+        if (!test::isRunWithMount(from, home.path(place), body)) GTEST_SKIP() << test::kNeedsMounts;
+    }
 }
-#endif
 
 }  // namespace
 }  // namespace brindle

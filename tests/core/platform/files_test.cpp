@@ -70,6 +70,21 @@ TEST(WriteFileAtomically, LeavesEverythingAsItWasWhenItFails) {
     EXPECT_THAT(*listFolder(home.path()), UnorderedElementsAre("folder", "a", "b"));
 }
 
+TEST(WriteFileAtomically, LeavesTheRemnantsOfTheKilledToBeClearedAway) {
+    TestHome home;
+    const std::string ours = ".brindle-" + std::to_string(::getpid()) + "-7.tmp";
+    for (const std::string& name : {std::string(".brindle-999999999-0.tmp"), ours, std::string("a.tmp"),
+                                    std::string(".brindle-999999999.tmp"), std::string(".brindle-0-0.tmp"),
+                                    std::string(".brindle-999999999-0-0.tmp")})
+        home.text(name, "half");
+    home.folder(".brindle-999999999-1.tmp");
+    removeAbandonedFiles(home.path());
+    removeAbandonedFiles(home.path("missing"));
+    EXPECT_THAT(listFolder(home.path()).value(),
+                UnorderedElementsAre(ours, "a.tmp", ".brindle-999999999.tmp", ".brindle-0-0.tmp",
+                                     ".brindle-999999999-0-0.tmp", ".brindle-999999999-1.tmp"));
+}
+
 TEST(WriteFileAtomically, NeverShowsAReaderAMixture) {
     TestHome home;
     const std::string path = home.text("file", std::string(200'000, 'a'));

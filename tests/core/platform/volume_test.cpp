@@ -15,6 +15,7 @@
 #include <cstdlib>
 
 #include "core/platform/machine.h"
+#include "core/platform/mount_points.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -35,6 +36,14 @@ TEST(Volume, FindsTheMountPointThatHoldsAPath) {
           Case{"/odd\\040\tx/y", "/odd\\040\tx"}, Case{"/last/x", "/last"}}) {
         EXPECT_EQ(mountPointHolding(path, kTable), mountPoint) << path;
     }
+    using Paths = std::vector<std::string>;
+    const MountPoints mounts = MountPoints::fromTable(kTable);
+    EXPECT_EQ(mounts.below("/"), (Paths{"/home", "/home/a b", "/last", "/odd\\040\tx"}));
+    EXPECT_EQ(mounts.below("/home"), Paths{"/home/a b"});
+    for (const char* none : {"/home/a", "/home/a b", "/hom", "/odd"}) EXPECT_EQ(mounts.below(none), Paths());
+    EXPECT_EQ(MountPoints().below("/"), Paths());
+    EXPECT_TRUE(MountPoints::fromTable("").areKnown() && MountPoints::current().areKnown());
+    EXPECT_FALSE(MountPoints().areKnown());
     EXPECT_EQ(mountPointHolding("/home", ""), std::nullopt);
     EXPECT_EQ(mountPointHolding("/etc", "22 21 8:2 / /home rw\n"), std::nullopt);
 }
