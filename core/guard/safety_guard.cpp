@@ -7,11 +7,13 @@
 #include <utility>
 
 #include "core/guard/safety_tables.h"
+#include "core/measure/directory_sizer.h"
 #include "core/platform/file_status.h"
 #include "core/platform/known_folders.h"
 #include "core/platform/machine.h"
 #include "core/platform/path_text.h"
 #include "core/text/core_strings.h"
+#include "core/text/printable.h"
 #include "core/text/utf8.h"
 #include "core/tools/process_runner.h"
 
@@ -32,9 +34,25 @@ SafetyVerdict neverRemovable(std::string_view name) {
     return refused("contains %@, which is never removable", name);
 }
 
+SafetyVerdict protectedData(std::string_view path) {
+    return refused("The directory contains protected data: %@.", printable(lastComponent(path)));
+}
+
 template <typename Range>
 bool holds(const Range& range, std::string_view name) {
     return std::ranges::find(range, name) != std::ranges::end(range);
+}
+
+// Asked of every entry of a tree.
+bool isGuardedName(std::string_view name) {
+    if (name.starts_with('.'))
+        return name == ".env" || name.starts_with(".env.") || holds(kNeverRemovable, name);
+    return name == "Keychains";
+}
+
+// Of what downloaded packages bring along the user has nothing to lose.
+bool isPackagedName(std::string_view name) {
+    return name == ".git" || name.starts_with(".env");
 }
 
 bool leadsUp(std::string_view path) {
@@ -69,6 +87,13 @@ std::vector<std::string> protectedForms(const std::string& path) {
 
 bool isLauncher(std::string_view command) {
     return holds(kLaunchers, command);
+}
+
+SafetyVerdict verdictOnTree(const MeasuredTree& tree) {
+    if (!tree.marks.empty()) return protectedData(tree.marks.front());
+    if (!tree.whole.otherVolumePaths.empty()) return refused("A mounted volume is inside this directory.");
+    if (!tree.whole.unreadablePaths.empty()) return refused("Part of the directory cannot be validated.");
+    return SafetyVerdict::allowed();
 }
 
 }  // namespace
@@ -170,15 +195,33 @@ SafetyVerdict SafetyGuard::cacheVerdict(std::string_view path) const {
     return refused("not inside a location Brindle is allowed to clean");
 }
 
+JudgedTree SafetyGuard::judgedTree(const std::string& path) const {
+    const auto status = statusOf(path);
+    const auto homeStatus = statusOf(home());
+    if (!status || !homeStatus) return {unreadable()};
+    if (status->device != homeStatus->device) return {refused("The path is on another volume.")};
+    const auto isData = [this](std::string_view entry) {
+        return !isPackagedName(lastComponent(entry)) || !isInsideVendoredPackage(entry);
+    };
+    if (isGuardedName(lastComponent(path)) && isData(path)) return {protectedData(path)};
+    HardlinkTracker hardlinks;
+    const AreaRule rule = {.isArea = [](std::string_view) { return false; },
+                           .isMark = [](std::string_view name, bool) { return isGuardedName(name); },
+                           .keepsMark = isData};
+    const MountPoints mounts = MountPoints::current();
+    if (!mounts.areKnown()) return {refused("Could not validate the directory tree.")};
+    const MeasuredTree tree =
+        DirectorySizer().measureWithAreas(path, {.hardlinks = &hardlinks, .mounts = mounts}, rule);
+    if (!tree.root) return {refused("Could not validate the directory tree.")};
+    JudgedTree judged{verdictOnTree(tree)};
+    judged.object = PathIdentity{tree.root->device, tree.root->inode, tree.root->mode};
+    if (judged.verdict.isAllowed()) judged.measurement = tree.whole;
+    return judged;
+}
+
 SafetyGuard::Refusal SafetyGuard::dataRefusal(std::string_view command) const {
-    constexpr std::string_view kCaches = "Library/Caches";
-    for (const auto& [owner, location] : kDataLocations) {
-        if (owner != command) continue;
-        if (auto refusal = protectedVerdict(home() + "/" + std::string(location))) return refusal;
-        if (!isBelow(location, kCaches)) continue;
-        const std::string_view below = location.substr(kCaches.size());
-        if (auto refusal = protectedVerdict(fmt::format("{}/{}{}", home(), kUserCachesFolder, below)))
-            return refusal;
+    for (const std::string& place : dataLocationsOf(command, home())) {
+        if (auto refusal = protectedVerdict(place)) return refusal;
     }
     return std::nullopt;
 }

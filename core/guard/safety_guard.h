@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "core/model/cleanup_item.h"
+#include "core/model/directory_measurement.h"
+#include "core/model/path_identity.h"
 #include "core/model/safety_verdict.h"
 
 namespace brindle {
@@ -24,6 +26,13 @@ struct SafetyScope {
     std::set<std::string> artifactNames = {};     // the names that such a folder may have
     std::set<std::string> appLeftovers =
         {};  // folders of applications that are gone, as the scan offered them
+};
+
+// A tree as it was when it was judged.
+struct JudgedTree {
+    SafetyVerdict verdict = SafetyVerdict::allowed();
+    DirectoryMeasurement measurement = {};    // only when allowed; each file once
+    std::optional<PathIdentity> object = {};  // which object was looked at
 };
 
 // An immutable value without open resources: build one per operation, copy it, use it from any thread. Nothing throws;
@@ -44,6 +53,11 @@ class SafetyGuard {
     // Whether the path may be deleted or moved to the Trash. Reads the status of the path and of the folders above it;
     // what lies below is not looked at. A path at which nothing lies is judged by its names.
     SafetyVerdict verdictForDeleting(const std::string& path) const;
+
+    // Whether what lies at the path may be removed as a whole, and what lies there: everything in it is looked at, links
+    // not followed, by all the workers of the process. Blocks. Not asked by the verdicts above: ask just before removing.
+    JudgedTree judgedTree(const std::string& path) const;
+    SafetyVerdict treeVerdict(const std::string& path) const { return judgedTree(path).verdict; }
 
     // Whether this may be run, with exactly these arguments. A name without "/" is looked for in the trusted folders
     // by whoever runs it (ProcessRunner).

@@ -87,6 +87,10 @@ inline constexpr std::array<DataLocation, 11> kDataLocations = {
      {"pod", "Library/Caches/CocoaPods"},
      {"simctl", "Library/Developer/CoreSimulator"}}};
 
+// Absolute, in the home folder: those of the table, and on systems that keep caches elsewhere (kUserCachesFolder) the same
+// place there.
+std::vector<std::string> dataLocationsOf(std::string_view command, const std::string& home);
+
 // Each command with its approved argument lists; nothing else is ever run.
 using ArgumentList = std::vector<std::string>;
 const std::map<std::string, std::set<ArgumentList>, std::less<>>& allowedCommands();

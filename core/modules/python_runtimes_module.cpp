@@ -159,13 +159,13 @@ class RuntimeItems {
     const PythonUsage& usage_;
 };
 
-std::vector<std::string> knownProjects(const ScanContext& context,
-                                       const std::vector<std::string>& environments) {
-    std::set<std::string> projects = context.activeProjectPaths;
+ProjectPlaces knownProjects(const ScanContext& context, const std::vector<std::string>& environments) {
+    ProjectPlaces projects = context.projectPlaces();
+    projects.paths.insert(context.activeProjectPaths.begin(), context.activeProjectPaths.end());
     for (const std::string& environment : environments) {
-        if (const auto project = projectOf(environment)) projects.insert(*project);
+        if (const auto project = projectOf(environment)) projects.paths.insert(*project);
     }
-    return {projects.begin(), projects.end()};
+    return projects;
 }
 
 }  // namespace

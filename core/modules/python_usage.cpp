@@ -97,15 +97,16 @@ class Reader {
 
 }  // namespace
 
-PythonUsage PythonUsage::read(const ScanContext& context, const std::vector<std::string>& projects) {
+PythonUsage PythonUsage::read(const ScanContext& context, const ProjectPlaces& projects) {
     PythonUsage usage;
+    for (const std::string& place : projects.unread) usage.unreadable.push_back(context.displayPath(place));
     Reader reader(context, usage);
     reader.readVersions(context.path(".pyenv/version"));
     reader.readVersions(context.path(".python-version"));
     for (const std::string_view folder : kEnvironmentFolders) reader.readEnvironmentsIn(context.path(folder));
     for (const ChildEntry& version : context.children(context.path(".pyenv/versions")))
         reader.readEnvironmentsIn(version.path + "/envs");
-    for (const std::string& project : projects) {
+    for (const std::string& project : projects.paths) {
         if (context.isCancelled()) break;
         reader.readProject(project);
     }

@@ -22,10 +22,10 @@ struct PythonUsage {
     // nothing can be called unused.
     std::vector<std::string> unreadable;
 
-    // Reads pyenv's global version, .python-version in `projects`, in the home folder and between them, and
+    // Reads pyenv's global version, .python-version in the projects, in the home folder and between them, and
     // pyvenv.cfg of every environment directly inside those projects and inside the folders where tools keep
     // them.
-    static PythonUsage read(const ScanContext& context, const std::vector<std::string>& projects);
+    static PythonUsage read(const ScanContext& context, const ProjectPlaces& projects);
 
     // Who uses the interpreter or environment in this folder (a real one, no link): file and folder names as shown to
     // the user, sorted, each once; never the folder itself.

@@ -16,13 +16,6 @@ namespace {
 constexpr std::string_view kArchives = "Library/Developer/Xcode/Archives";
 constexpr std::string_view kSuffix = ".xcarchive";
 
-// "2026-11-21 07:19 UTC": to the day a relative age is too coarse for telling builds apart.
-std::optional<std::string> minuteText(std::chrono::sys_seconds moment) {
-    const auto text = iso8601(moment);
-    if (!text) return std::nullopt;
-    return text->substr(0, 10) + " " + text->substr(11, 5) + " UTC";
-}
-
 // "1.2 (34)": the version that people see, and the build's own number.
 std::optional<std::string> versionIn(const PropertyList& record) {
     const PropertyList* properties = record.find("ApplicationProperties");

@@ -1,6 +1,6 @@
 #include "core/scan/report_json.h"
 
-#include "core/model/model_json.h"
+#include "core/model/project_json.h"
 
 namespace brindle {
 
@@ -36,6 +36,18 @@ Json totalsJson(const ScanReport& report) {
 
 }  // namespace
 
+nlohmann::ordered_json projectsJson(const std::vector<Project>& projects,
+                                    const std::map<std::string, RelatedProjects>& relations) {
+    Json array = Json::array();
+    for (const Project& project : projects) {
+        Json json = toJson(project);
+        const auto related = relations.find(project.path);
+        json.update(toJson(related == relations.end() ? RelatedProjects() : related->second));
+        array.push_back(std::move(json));
+    }
+    return array;
+}
+
 nlohmann::ordered_json reportJson(const ScanReport& report, const std::string& home, bool isInterrupted) {
     Json json{
         {"schemaVersion", kReportSchemaVersion},
@@ -47,7 +59,7 @@ nlohmann::ordered_json reportJson(const ScanReport& report, const std::string& h
         {"storage", arrayOf(report.storage)},
         {"totals", totalsJson(report)},
         {"modules", Json::array()},
-        {"projects", arrayOf(report.projects)},
+        {"projects", projectsJson(report.projects, report.projectRelations())},
     };
     for (const ModuleResult& module : report.modules) json["modules"].push_back(moduleJson(module));
     return json;

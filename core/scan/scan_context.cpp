@@ -5,7 +5,7 @@
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
 #include "core/platform/path_text.h"
-#include "core/text/core_strings.h"
+#include "core/text/relative_age.h"
 
 namespace brindle {
 
@@ -16,13 +16,6 @@ using std::chrono::sys_seconds;
 sys_seconds modifiedOrEarliest(const std::string& path) {
     const auto status = statusOf(path);
     return status ? sys_seconds(std::chrono::seconds(status->modified)) : sys_seconds::min();
-}
-
-// What vanished during the walk could not be read either, but nobody need look for permissions.
-UnreachableLocation::Reason reasonOf(const std::string& unreadable) {
-    const auto status = statusOf(unreadable);
-    const bool isGone = !status && status.error().kind == Error::Kind::missing;
-    return isGone ? UnreachableLocation::Reason::missing : UnreachableLocation::Reason::permissionDenied;
 }
 
 // Behind a folder that cannot be entered nobody knows what lies: that folder is named, nearest first.
@@ -58,9 +51,10 @@ std::optional<DirectoryMeasurement> ScanContext::measure(const std::string& path
         recordObstacle(path, *diagnostics);
         return std::nullopt;
     }
-    DirectoryMeasurement measurement = sizer.measureConcurrently(path, {hardlinks.get(), isCancelled});
+    DirectoryMeasurement measurement =
+        sizer.measureConcurrently(path, {hardlinks.get(), isCancelled, mounts});
     for (const std::string& unreadable : measurement.unreadablePaths) {
-        diagnostics->record(unreadable, reasonOf(unreadable));
+        diagnostics->record(unreadable, reasonUnreadable(unreadable));
     }
     for (const std::string& foreign : measurement.otherVolumePaths) {
         diagnostics->record(foreign, UnreachableLocation::Reason::differentVolume);
@@ -91,14 +85,7 @@ std::optional<int> ScanContext::days(std::optional<sys_seconds> since) const {
 }
 
 std::string ScanContext::relativeAge(std::optional<sys_seconds> date) const {
-    const auto age = days(date);
-    if (!age) return CoreStrings::localized("unknown");
-    if (*age < 1) return CoreStrings::localized("today");
-    if (*age == 1) return CoreStrings::localized("yesterday");
-    if (*age < 30) return CoreStrings::plural("count.daysAgo", *age);
-    if (*age < 60) return CoreStrings::localized("last month");
-    if (*age < 365) return CoreStrings::plural("count.monthsAgo", *age / 30);
-    return CoreStrings::localized("over a year ago");
+    return brindle::relativeAge(date, now);
 }
 
 std::string ScanContext::displayPath(const std::string& path) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -23,15 +24,25 @@ struct ChildEntry {
     bool operator==(const ChildEntry&) const = default;
 };
 
+// Where the user's projects lie.
+struct ProjectPlaces {
+    std::set<std::string> paths;
+    std::set<std::string>
+        unread;  // further ones may lie there: not to be listed, too deep, or on another volume
+};
+
 // A value that lives for one scan; copies share the diagnostics and the tracker. Safe to use from any thread.
 struct ScanContext {
     std::string home;  // absolute, without a trailing "/"
     std::shared_ptr<ScanDiagnostics> diagnostics = std::make_shared<ScanDiagnostics>();
     DirectorySizer sizer;
     std::shared_ptr<HardlinkTracker> hardlinks = std::make_shared<HardlinkTracker>();
-    TimePoint now;  // every age of the scan is measured against it
-    std::set<std::string> activeProjectPaths;
+    TimePoint now;                             // every age of the scan is measured against it
+    std::set<std::string> activeProjectPaths;  // handed in by the caller
+    // Below the user's project folders, whatever the scan includes. May wait until they are found.
+    std::function<ProjectPlaces()> projectPlaces = [] { return ProjectPlaces(); };
     CancellationTest isCancelled = [] { return false; };
+    MountPoints mounts = MountPoints::current();
 
     // The home folder with a relative path appended.
     std::string path(std::string_view relative) const;

@@ -3,22 +3,18 @@
 #include <algorithm>
 
 #include "core/model/byte_sum.h"
+#include "core/projects/project_cleanup.h"
+#include "core/projects/project_relations.h"
 
 namespace brindle {
 
 namespace {
-
-constexpr int kDormantAfterDays = 90;
 
 template <typename Member>
 std::uint64_t sumOver(const std::vector<ModuleResult>& modules, Member member) {
     std::uint64_t sum = 0;
     for (const ModuleResult& module : modules) sum = addBytes(sum, member(module));
     return sum;
-}
-
-std::chrono::sys_seconds wholeSeconds(TimePoint moment) {
-    return std::chrono::floor<std::chrono::seconds>(moment);
 }
 
 }  // namespace
@@ -61,11 +57,8 @@ std::vector<ModuleResult> ScanReport::installedModules() const {
 
 std::vector<Project> ScanReport::dormantProjects() const {
     std::vector<Project> dormant;
-    for (const Project& project : projects) {
-        if (!project.lastUsed) continue;
-        const auto days = wholeDaysBetween(wholeSeconds(*project.lastUsed), wholeSeconds(finishedAt));
-        if (days && *days >= kDormantAfterDays) dormant.push_back(project);
-    }
+    std::ranges::copy_if(projects, std::back_inserter(dormant),
+                         [this](const Project& project) { return project.isDormant(finishedAt); });
     return dormant;
 }
 
@@ -73,6 +66,14 @@ std::set<std::string> ScanReport::vouchedLeftoverPaths() const {
     std::set<std::string> paths;
     for (const ModuleResult& module : modules) paths.merge(module.vouchedLeftoverPaths());
     return paths;
+}
+
+std::set<std::string> ScanReport::vouchedProjectPaths() const {
+    return brindle::vouchedProjectPaths(projects);
+}
+
+std::map<std::string, RelatedProjects> ScanReport::projectRelations() const {
+    return relatedProjects(projects);
 }
 
 bool ScanReport::isPartial() const {

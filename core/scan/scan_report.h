@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "core/model/disk_info.h"
 #include "core/model/project.h"
+#include "core/model/project_relation.h"
 #include "core/model/storage_category.h"
 #include "core/scan/module_result.h"
 #include "core/text/calendar.h"
@@ -34,6 +36,10 @@ struct ScanReport {
     std::vector<Project> dormantProjects() const;        // last used 90 whole days or more before the end
     // What the safety guard may take for folders of applications that are gone.
     std::set<std::string> vouchedLeftoverPaths() const;
+    // The generated folders of the projects: the only ones in them that it may let go.
+    std::set<std::string> vouchedProjectPaths() const;
+    // Project path -> the projects that look like the same work.
+    std::map<std::string, RelatedProjects> projectRelations() const;
     bool isPartial() const;  // some place or slice could not be measured
 };
 

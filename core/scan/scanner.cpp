@@ -4,12 +4,18 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
+#include <future>
 #include <mutex>
 #include <set>
 #include <system_error>
 #include <thread>
 
 #include "core/guard/safety_guard.h"
+#include "core/projects/project_cleanup.h"
+#include "core/projects/project_collector.h"
+#include "core/projects/project_detector.h"
+#include "core/projects/project_tables.h"
 #include "core/scan/storage_survey.h"
 #include "core/settings/full_disk_access.h"
 
@@ -94,13 +100,17 @@ void protect(CleanupItem& item, const std::string& reason) {
     item.explanation.storedWhatHappensNext = kNothingIsRemoved;
     item.explanation.storedWhySuggested.reset();
     item.explanation.regeneratedBy.reset();
+    std::erase_if(item.explanation.facts, [](const Fact& fact) { return fact.storedLabel == "Removing"; });
     item.explanation.facts.push_back({"Not removed because", reason});
 }
 
 // Nothing is offered that the guard would refuse afterwards.
-void protectWhatMayNotGo(ModuleResult& result, const ScanContext& context, const ScanRequest& request) {
+void protectWhatMayNotGo(ModuleResult& result, const ScanContext& context, const ScanRequest& request,
+                         const std::vector<Project>& projects = {}) {
     const SafetyGuard guard({.home = context.home,
                              .protectedPaths = request.protectedPaths,
+                             .projectArtifacts = vouchedProjectPaths(projects),
+                             .artifactNames = artifactNames(),
                              .appLeftovers = result.vouchedLeftoverPaths()});
     for (CleanupItem& item : result.items) {
         if (!isRemovable(item.classification)) continue;
@@ -154,29 +164,102 @@ bool isLarger(const ModuleResult& left, const ModuleResult& right) {
     return leftBytes != rightBytes ? leftBytes > rightBytes : left.moduleID < right.moduleID;
 }
 
-// One thread a module: a module that waits for a tool holds up neither the others nor a walk.
-std::vector<ModuleResult> runModules(const ModuleList& modules, const ScanContext& context,
-                                     const ScanRequest& request, std::vector<StageTiming>& timings) {
-    FinishedQueue queue;
-    std::vector<std::jthread> threads;
-    std::size_t running = 0;
+// Where the projects lie is found once in a scan, by whoever asks first: the search itself, or a module.
+class ProjectStage {
+  public:
+    ProjectStage(const ScanContext& context, const ScanRequest& request)
+        : isWanted_(request.includeProjects && !request.disabledModules.contains(ModuleID::projects)),
+          search_{
+              .home = context.home,
+              .roots = request.projectRoots,
+              .now = context.now,
+              .artifactHardlinks = context.hardlinks.get(),
+              .report = [diagnostics = context.diagnostics](
+                            const std::string& path, Reason reason) { diagnostics->record(path, reason); },
+              .isCancelled = context.isCancelled,
+              .mounts = context.mounts},
+          detector_(request.tools),
+          found_(std::async(std::launch::deferred, find, std::cref(search_)).share()) {}
+
+    bool isWanted() const { return isWanted_; }
+
+    ProjectPlaces places() const {
+        const auto found = found_;  // one future for each thread
+        ProjectPlaces places{.paths = {}, .unread = found.get().unread};
+        for (const ProjectFolder& each : found.get().projects) places.paths.insert(each.path);
+        return places;
+    }
+
+    Finished run(const ScanContext& context, const ScanRequest& request) {
+        const auto start = Clock::now();
+        Finished finished;
+        finished.result = {ModuleID::projects, {}, {}, true};
+        if (!context.isCancelled()) {
+            projects_ = detector_.inspectFound(std::shared_future(found_).get().projects, search_, &times_);
+            finished.result.items = dormantProjectItems(projects_, context.home, context.now);
+            protectWhatMayNotGo(finished.result, context, request, projects_);
+        }
+        finished.timing = {std::string(rawText(ModuleID::projects)), secondsSince(start)};
+        return finished;
+    }
+
+    // After run().
+    std::vector<Project> takeProjects() { return std::move(projects_); }
+    const ProjectTimes& times() const { return times_; }
+
+  private:
+    struct Found {
+        std::vector<ProjectFolder> projects;
+        std::set<std::string> unread;
+    };
+
+    static Found find(const ProjectSearch& search) {
+        Found found;
+        ProjectSearch noting = search;
+        noting.report = [&](const std::string& path, Reason reason) {
+            found.unread.insert(path);
+            search.report(path, reason);
+        };
+        found.projects = collectProjects(noting);
+        return found;
+    }
+
+    bool isWanted_;
+    ProjectSearch search_;
+    ProjectDetector detector_;
+    std::shared_future<Found> found_;
+    std::vector<Project> projects_;
+    ProjectTimes times_;
+};
+
+// One thread for each: a module that waits for a tool holds up neither the others nor a walk.
+std::vector<ModuleResult> runAll(const ModuleList& modules, const ScanContext& context,
+                                 const ScanRequest& request, ProjectStage& projects,
+                                 std::vector<StageTiming>& timings) {
+    std::vector<std::function<Finished()>> runs;
+    // Begun first, for it takes longest.
+    if (projects.isWanted()) runs.emplace_back([&] { return projects.run(context, request); });
     for (const auto& module : modules) {
         if (request.disabledModules.contains(module->id())) continue;
-        const auto run = [&queue, &context, &request, module, place = running] {
-            Finished finished = runModule(*module, context, request);
+        runs.emplace_back([&context, &request, module] { return runModule(*module, context, request); });
+    }
+    FinishedQueue queue;
+    std::vector<std::jthread> threads;
+    for (std::size_t place = 0; place < runs.size(); ++place) {
+        const auto run = [&queue, &runs, place] {
+            Finished finished = runs[place]();
             finished.place = place;
             queue.push(std::move(finished));
         };
-        running += 1;
         try {
             threads.emplace_back(run);
         } catch (const std::system_error&) {
             run();  // no thread to be had: later than the others, but not left out
         }
     }
-    // In the modules' order, not as they finish: what two of one identity found stands in one order in every scan.
-    std::vector<ModuleResult> results(running);
-    for (std::size_t finishedCount = 0; finishedCount < running; ++finishedCount) {
+    // In this order, not as they finish: what two of one identity found stands in one order in every scan.
+    std::vector<ModuleResult> results(runs.size());
+    for (std::size_t finishedCount = 0; finishedCount < runs.size(); ++finishedCount) {
         Finished finished = queue.pop();
         if (request.onModuleFinished) request.onModuleFinished(finished.result);
         timings.push_back(std::move(finished.timing));
@@ -187,14 +270,24 @@ std::vector<ModuleResult> runModules(const ModuleList& modules, const ScanContex
 
 }  // namespace
 
-ScanReport Scanner::scan(const ScanContext& context, const ScanRequest& request) const {
+ScanReport Scanner::scan(const ScanContext& given, const ScanRequest& request) const {
     const auto start = Clock::now();
     std::vector<StageTiming> timings;
-    std::vector<ModuleResult> results = runModules(modules_, context, request, timings);
+    ProjectStage projects(given, request);
+    ScanContext context = given;
+    context.projectPlaces = [&projects] { return projects.places(); };
+    std::vector<ModuleResult> results = runAll(modules_, context, request, projects, timings);
+    if (projects.isWanted()) {
+        // Without anything to offer there is no result: no module stands behind it.
+        if (results.front().items.empty()) results.erase(results.begin());
+        timings.push_back({"projects.walk", projects.times().walking});
+        timings.push_back({"projects.git", projects.times().git});
+    }
 
     auto stage = Clock::now();
     addStrayLocations(results, context);
     ScanReport report;
+    report.projects = projects.takeProjects();
     report.modules = merge(results);
     std::ranges::stable_sort(report.modules, isLarger);
     timings.push_back({"merge", secondsSince(stage)});

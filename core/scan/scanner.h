@@ -8,24 +8,30 @@
 
 #include "core/scan/scan_module.h"
 #include "core/scan/scan_report.h"
+#include "core/tools/toolbox.h"
 
 namespace brindle {
 
 // How long one step of a scan took, for `brindle scan --timings`.
 struct StageTiming {
-    std::string stage;  // a module's raw identity, or a step: "merge", "capacity"
+    // A module's raw identity, or a step: "merge", "capacity". "projects.walk" and "projects.git" are parts of
+    // "projects", added over projects that are looked at side by side.
+    std::string stage;
     double seconds = 0;
 };
 
 struct ScanRequest {
-    std::set<ModuleID> disabledModules;
+    std::set<ModuleID> disabledModules = {};
     // The user's: what one of them holds back is shown, and offered by no module.
     std::set<std::string> protectedPaths = {};
-    bool includeProjects = true;  // for the search of projects, once there is one
-    // One call at a time, in the order in which modules finish, from a thread of the scan; must not block.
-    std::function<void(const ModuleResult&)> onModuleFinished;
+    bool includeProjects = true;
+    std::vector<std::string> projectRoots = {};  // absolute, or relative to the home folder
+    Toolbox tools = {};                          // for Git's questions
+    // One call at a time, in the order in which modules finish, the projects among them when they are included; from a
+    // thread of the scan; must not block.
+    std::function<void(const ModuleResult&)> onModuleFinished = {};
     // Called once at the end, in the order in which the stages ended.
-    std::function<void(const std::vector<StageTiming>&)> onTimings;
+    std::function<void(const std::vector<StageTiming>&)> onTimings = {};
 };
 
 class Scanner {

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "core/guard/safety_tables.h"
+#include "tests/support/mounted.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -193,6 +194,57 @@ TEST(SafetyGuard, KnowsApplicationsFoldersAndVendoredPackagesByName) {
           std::string("/home/me/.cargo/registry/src/index"), "/x" + checkouts + "/package"}) {
         EXPECT_FALSE(guard.isInsideVendoredPackage(path)) << path;
     }
+}
+
+TEST(SafetyGuard, JudgesATreeByWhatLiesInIt) {
+    TestHome home;
+    const std::string checkout = "Library/Developer/Xcode/DerivedData/App-x/SourcePackages/checkouts/lib";
+    const auto contains = [](const std::string& name) {
+        return "The directory contains protected data: " + name + ".";
+    };
+    for (const auto& [root, entry, reason] : std::vector<std::tuple<std::string, std::string, std::string>>{
+             {".cache/plain", "a/b/.environment", kAllowed},
+             {".cache/env", "a/.env", contains(".env")},
+             {".cache/envlocal", "a/b/.env.local", contains(".env.local")},
+             {".cache/git", "deep/down/.git/HEAD", contains(".git")},
+             {".cache/keys", "x/.ssh/id", contains(".ssh")},
+             {".cache/chain", "Keychains/x", contains("Keychains")},
+             {"Library/Developer/Xcode/DerivedData", checkout.substr(36) + "/.git/HEAD", kAllowed},
+             {".cargo/registry/src/index/crate-1.0", ".env.example", kAllowed},
+             {".cargo/registry/src/index/crate-2.0", ".ssh/id", contains(".ssh")},
+             {"venvs/.env", "pyvenv.cfg", contains(".env")}}) {
+        home.file(root + "/" + entry, 9000);
+        const JudgedTree judged = SafetyGuard({.home = home.path()}).judgedTree(home.path(root));
+        EXPECT_EQ(reasonOf(judged.verdict), reason) << root;
+        if (reason == kAllowed) {
+            EXPECT_EQ(judged.object, PathIdentity::read(home.path(root)));
+            EXPECT_GE(judged.measurement.allocatedBytes, 9000U);
+        }
+    }
+    EXPECT_EQ(reasonOf(SafetyGuard({.home = home.path()}).treeVerdict(home.path("nowhere"))),
+              "The path is no longer readable. Scan again.");
+    EXPECT_EQ(reasonOf(SafetyGuard({.home = home.path()}).treeVerdict("/proc/self")),
+              "The path is on another volume.");
+}
+
+TEST(SafetyGuard, LetsNoTreeGoWithAMountInIt) {
+    TestHome home;
+    home.file("outside/x");
+    home.folder(".cache/x/mounted");
+    const bool isRun = test::isRunWithMount(home.path("outside"), home.path(".cache/x/mounted"), [&] {
+        EXPECT_EQ(reasonOf(SafetyGuard({.home = home.path()}).treeVerdict(home.path(".cache/x"))),
+                  "A mounted volume is inside this directory.");
+    });
+    if (!isRun) GTEST_SKIP() << test::kNeedsMounts;
+}
+
+TEST(SafetyGuardUnprivileged, LetsNoTreeGoThatItCannotRead) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    TestHome home;
+    home.folder(".cache/x/shut");
+    home.mode(".cache/x/shut", 0);
+    EXPECT_EQ(reasonOf(SafetyGuard({.home = home.path()}).treeVerdict(home.path(".cache/x"))),
+              "Part of the directory cannot be validated.");
 }
 
 }  // namespace

@@ -67,9 +67,15 @@ TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
         EXPECT_EQ(item.bytes(), test::diskUsage(home.path(".pyenv/versions/" + name)));
     }
 
+    const auto expectAllProtected = [&] {
+        for (const CleanupItem& item : PythonRuntimesModule().scan(context).items)
+            EXPECT_EQ(item.classification, Classification::protected_) << item.id;
+    };
+    context.projectPlaces = [&] { return ProjectPlaces{{}, {home.path("code/unread")}}; };
+    expectAllProtected();
+    context.projectPlaces = [] { return ProjectPlaces(); };
     home.folder("code/tool/.venv2/pyvenv.cfg");  // there, and no file that can be read
-    for (const CleanupItem& item : PythonRuntimesModule().scan(context).items)
-        EXPECT_EQ(item.classification, Classification::protected_) << item.id;
+    expectAllProtected();
 }
 
 TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {

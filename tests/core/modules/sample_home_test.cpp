@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "core/guard/safety_guard.h"
 #include "core/modules/default_modules.h"
 #include "core/platform/files.h"
 #include "core/platform/path_text.h"
@@ -72,6 +73,7 @@ TEST(SampleHome, ShowsEveryPileAsItIs) {
     context.now = std::chrono::system_clock::now();
     const ScanReport report = Scanner(defaultModules(settingsFor(home))).scan(context, {});
 
+    const SafetyGuard guard({.home = home.path(), .appLeftovers = report.vouchedLeftoverPaths()});
     std::string found;
     auto items = report.allItems();
     // Of two modules with one identity that comes first which is done first.
@@ -80,6 +82,9 @@ TEST(SampleHome, ShowsEveryPileAsItIs) {
         for (const CleanupItem& item : items) {
             if (item.moduleID != module) continue;
             found += described(item, home.path());
+            EXPECT_EQ(guard.verdictForItem(item).isAllowed(),
+                      item.classification != Classification::protected_)
+                << item.id;
             const bool isMeasured = item.measurement.source == DirectoryMeasurement::Source::measured;
             if (!isMeasured || item.id == "docker.footprint") continue;
             EXPECT_EQ(item.bytes(), test::diskUsage(foldersOf(item, home))) << item.id;

@@ -5,21 +5,15 @@
 #include <filesystem>
 
 #include "core/scan/cancellation_flag.h"
-#include "core/text/core_strings.h"
-#include "tests/support/test_home.h"
+#include "tests/support/item_checks.h"
+#include "tests/support/sample_project.h"
 
 namespace brindle {
 namespace {
 
 using Reason = UnreachableLocation::Reason;
 using std::chrono::sys_seconds;
-
-ScanContext contextOf(const test::TestHome& home) {
-    ScanContext context;
-    context.home = home.path();
-    context.now = std::chrono::system_clock::now();
-    return context;
-}
+using test::contextOf;
 
 TEST(ScanContext, MeasuresWhatIsThereAndOnlyThat) {
     test::TestHome home;
@@ -79,8 +73,7 @@ TEST(ScanContext, ListsChildrenWithTheirOwnTimes) {
 }
 
 TEST(ScanContext, SaysAgesAsPeopleDo) {
-    CoreStrings::setBundles(ResourceBundle(test::resourcesFolder(), "core", {"en"}),
-                            ResourceBundle(test::resourcesFolder(), "cli", {"en"}));
+    test::speakEnglish();
     test::TestHome home;
     const ScanContext context = contextOf(home);
     const auto now = std::chrono::floor<std::chrono::seconds>(context.now);

@@ -7,12 +7,13 @@
 #include "core/scan/cancellation_flag.h"
 #include "core/scan/report_json.h"
 #include "core/scan/storage_survey.h"
-#include "tests/support/test_home.h"
+#include "tests/support/item_checks.h"
 
 namespace brindle {
 namespace {
 
 using Reason = UnreachableLocation::Reason;
+using test::contextOf;
 
 CleanupItem itemOf(std::string id, std::uint64_t bytes, Classification classification = Classification::safe,
                    std::vector<std::string> unreadable = {}, std::vector<std::string> foreign = {}) {
@@ -50,13 +51,6 @@ std::shared_ptr<const ScanModule> module(ModuleResult result, int milliseconds =
     return std::make_shared<FixedModule>(std::move(result), milliseconds);
 }
 
-ScanContext contextOf(const test::TestHome& home) {
-    ScanContext context;
-    context.home = home.path();
-    context.now = std::chrono::system_clock::now();
-    return context;
-}
-
 std::vector<std::string> paths(const std::vector<UnreachableLocation>& locations) {
     std::vector<std::string> paths;
     for (const UnreachableLocation& location : locations) paths.push_back(location.path);
@@ -91,7 +85,7 @@ TEST(Scanner, MergesModulesLargestFirstAndNamesEveryPlaceOnce) {
     EXPECT_EQ(xcode.unreachable[2].reason, Reason::differentVolume);
     EXPECT_EQ(report.modules[2].moduleID, ModuleID::node);
     EXPECT_EQ(paths(report.modules[3].unreachable), std::vector<std::string>{"/stray"});
-    EXPECT_EQ(finished.size(), 4U);
+    EXPECT_EQ(finished.size(), 5U) << "and the projects, of which there are none";
     EXPECT_EQ(finished.back(), ModuleID::xcode);
 
     EXPECT_EQ(report.developerBytes(), 115U);
@@ -138,6 +132,7 @@ TEST(Scanner, ProtectsWhatTheGuardWouldRefuseAndSaysWhy) {
         return made;
     };
     ScanRequest request;
+    request.includeProjects = false;
     request.protectedPaths = {home.path("Library/Logs/kept/one")};
     const std::string leftover = "Library/WebKit/org.example.app";
     std::set<std::string> vouched;
