@@ -4,12 +4,17 @@
 #include <set>
 
 #include "core/modules/default_modules.h"
+#include "core/projects/project_collector.h"
+#include "core/projects/project_detector.h"
+#include "core/projects/project_outline.h"
+#include "core/projects/project_relations.h"
+#include "core/projects/project_tables.h"
 
 namespace brindle {
 
 namespace {
 
-std::string variable(const std::vector<std::string>& environment, std::string_view name) {
+std::string valueOf(const std::vector<std::string>& environment, std::string_view name) {
     for (const std::string& entry : environment) {
         if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=') {
             return entry.substr(name.size() + 1);
@@ -21,18 +26,18 @@ std::string variable(const std::vector<std::string>& environment, std::string_vi
 // A home that was named keeps its settings below itself, whatever the environment says of this user's.
 std::shared_ptr<UserDefaults> defaultsFor(const SessionHome& home) {
     if (!home.isCurrentUser) return fileDefaults(home.path + "/.config/brindle/preferences.json");
-    const std::string configured = variable(home.environment, "XDG_CONFIG_HOME");
+    const std::string configured = valueOf(home.environment, "XDG_CONFIG_HOME");
     return standardDefaults(configured.starts_with('/') ? configured : home.path + "/.config");
 }
 
 // Asking for one module outranks the setting that switches it off.
 std::set<ModuleID> modulesLeftOut(const Preferences& preferences, const ScanOptions& options) {
-    if (!options.only) {
+    if (options.only.empty()) {
         return options.includeDisabled ? std::set<ModuleID>() : preferences.disabledModules();
     }
     std::set<ModuleID> others;
     for (const ModuleID module : allCases<ModuleID>()) {
-        if (module != *options.only) others.insert(module);
+        if (!options.only.contains(module)) others.insert(module);
     }
     return others;
 }
@@ -48,13 +53,20 @@ SessionHome prepared(SessionHome home) {
     return home;
 }
 
+std::vector<UnreachableLocation> unreachableOf(const ScanContext& context) {
+    std::vector<UnreachableLocation> unreachable;
+    for (const auto& [path, reason] : context.diagnostics->entries()) {
+        unreachable.push_back(UnreachableLocation::withDefaultRemedy(path, reason));
+    }
+    return unreachable;
+}
+
 }  // namespace
 
 Session::Session(SessionHome home)
     : home_(prepared(std::move(home))),
       defaults_(defaultsFor(home_)),
-      modules_(defaultModules(
-          {.tools = Toolbox::of(processRunner()), .leftovers = LeftoverSettings::ofThisMachine()})) {}
+      modules_(defaultModules({.tools = toolbox(), .leftovers = LeftoverSettings::ofThisMachine()})) {}
 
 Preferences Session::preferences() const {
     return Preferences(defaults_);
@@ -68,9 +80,19 @@ ProcessRunner Session::processRunner() const {
     return {home_.path, home_.environment};
 }
 
+Toolbox Session::toolbox() const {
+    return Toolbox::of(processRunner());
+}
+
+std::string Session::variable(std::string_view name) const {
+    return valueOf(home_.environment, name);
+}
+
 std::vector<ModuleID> Session::modulesToRun(const ScanOptions& options) const {
     const std::set<ModuleID> leftOut = modulesLeftOut(preferences(), options);
     std::vector<ModuleID> running;
+    if (options.includeProjects && !leftOut.contains(ModuleID::projects))
+        running.push_back(ModuleID::projects);
     for (const auto& module : modules()) {
         if (!leftOut.contains(module->id())) running.push_back(module->id());
     }
@@ -88,9 +110,53 @@ ScanContext Session::context(const ScanOptions& options) const {
 std::expected<SafetyGuard, Error> Session::safetyGuard(const ScanReport& report) const {
     const Preferences settings = preferences();
     if (auto readable = settings.readable(); !readable) return std::unexpected(readable.error());
+    // What lies in the Trash, and the record of it, must outlive every cleanup.
+    std::set<std::string> protectedPaths = settings.protectedPaths();
+    protectedPaths.insert({trash().homeFolder(), history().directory()});
     return SafetyGuard({.home = home_.path,
-                        .protectedPaths = settings.protectedPaths(),
+                        .protectedPaths = std::move(protectedPaths),
+                        .projectArtifacts = report.vouchedProjectPaths(),
+                        .artifactNames = artifactNames(),
                         .appLeftovers = report.vouchedLeftoverPaths()});
+}
+
+ProjectSearch Session::projectSearch(const ScanContext& context) const {
+    return {.home = context.home,
+            .roots = preferences().projectRoots(),
+            .now = context.now,
+            .artifactHardlinks = context.hardlinks.get(),
+            .report = [diagnostics = context.diagnostics](
+                          const std::string& path,
+                          UnreachableLocation::Reason reason) { diagnostics->record(path, reason); },
+            .isCancelled = context.isCancelled,
+            .mounts = context.mounts};
+}
+
+FoundProjects Session::findProjects(const ScanOptions& options) const {
+    const ScanContext shared = context(options);
+    FoundProjects found{ProjectDetector(toolbox()).discover(projectSearch(shared)), {}};
+    found.unreachable = unreachableOf(shared);
+    return found;
+}
+
+std::expected<InspectedProject, Error> Session::inspectProject(const std::string& folder,
+                                                               const ScanOptions& options) const {
+    const ScanContext shared = context(options);
+    auto project = ProjectDetector(toolbox()).inspect(folder, projectSearch(shared));
+    if (!project) return std::unexpected(std::move(project.error()));
+    return InspectedProject{*std::move(project), unreachableOf(shared)};
+}
+
+ProjectPlace Session::placeOfFolder(const std::string& folder, const ScanOptions& options) const {
+    return placeAmongProjects(folder, projectSearch(context(options)));
+}
+
+ProjectNeighbours Session::neighboursOf(const Project& project, const ScanOptions& options) const {
+    const ScanContext shared = context(options);
+    const ProjectSearch search = projectSearch(shared);
+    const std::vector<ProjectFolder> found = collectProjects(search);
+    return {.isListed = std::ranges::find(found, project.path, &ProjectFolder::path) != found.end(),
+            .related = relationsOf(project, outlinesFor(project, found, search, toolbox()))};
 }
 
 ScanReport Session::scan(const ScanOptions& options) const {
@@ -99,6 +165,8 @@ ScanReport Session::scan(const ScanOptions& options) const {
                                        .disabledModules = modulesLeftOut(preferences(), options),
                                        .protectedPaths = preferences().protectedPaths(),
                                        .includeProjects = options.includeProjects,
+                                       .projectRoots = preferences().projectRoots(),
+                                       .tools = toolbox(),
                                        .onModuleFinished = options.onModuleFinished,
                                        .onTimings = options.onTimings,
                                    });

@@ -5,12 +5,21 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/guard/safety_guard.h"
+#include "core/platform/files.h"
+#include "core/platform/trash.h"
 #include "core/platform/user_defaults.h"
+#include "core/projects/project_place.h"
+#include "core/projects/project_search.h"
+#include "core/removal/history_store.h"
 #include "core/scan/scanner.h"
+#include "core/session/cleanup.h"
+#include "core/session/put_back_order.h"
 #include "core/settings/full_disk_access.h"
 #include "core/settings/preferences.h"
 #include "core/tools/process_runner.h"
@@ -28,10 +37,26 @@ struct SessionHome {
 struct ScanOptions {
     bool includeProjects = true;
     bool includeDisabled = false;  // also the modules that the settings switch off
-    std::optional<ModuleID> only;  // this module alone, also when the settings disable it
+    std::set<ModuleID> only = {};  // these modules alone, also when the settings disable them; empty: all
     std::function<void(const ModuleResult&)> onModuleFinished;
     std::function<void(const std::vector<StageTiming>&)> onTimings;
     CancellationTest isCancelled = [] { return false; };
+};
+
+struct FoundProjects {
+    std::vector<Project> projects;  // largest first
+    std::vector<UnreachableLocation> unreachable;
+};
+
+struct InspectedProject {
+    Project project;
+    std::vector<UnreachableLocation> unreachable;  // in it
+};
+
+// What stands beside one project.
+struct ProjectNeighbours {
+    bool isListed = false;  // a search comes upon the project itself
+    RelatedProjects related;
 };
 
 // Owned by a face; its operations block and may run on any thread, one at a time.
@@ -44,9 +69,10 @@ class Session {
     Preferences preferences() const;
     FullDiskAccess fullDiskAccess() const;
     ProcessRunner processRunner() const;
+    Toolbox toolbox() const;  // the tools of this machine, in this home
     const ModuleList& modules() const { return modules_; }
 
-    // The modules that a scan with these options would run, for progress.
+    // The modules that a scan with these options would run, and the projects when it looks for them: for progress.
     std::vector<ModuleID> modulesToRun(const ScanOptions& options) const;
 
     // A context as a scan of this moment gets it.
@@ -54,11 +80,48 @@ class Session {
 
     ScanReport scan(const ScanOptions& options) const;
 
+    // The projects alone, as a scan of this moment would find them. Of the options only isCancelled counts.
+    FoundProjects findProjects(const ScanOptions& options) const;
+
+    // One folder as a project, wherever it lies; likewise.
+    std::expected<InspectedProject, Error> inspectProject(const std::string& folder,
+                                                          const ScanOptions& options) const;
+
+    // Whether a folder below the home or beside it is a project, lies in one or holds some; likewise.
+    ProjectPlace placeOfFolder(const std::string& folder, const ScanOptions& options) const;
+
+    // The projects that look like the same work as this one, without inspecting them; likewise.
+    ProjectNeighbours neighboursOf(const Project& project, const ScanOptions& options) const;
+
     // The guard for one removal of what the report offers, from the settings of this moment. An error when the settings
     // cannot be trusted: without the protected paths nothing may go.
     std::expected<SafetyGuard, Error> safetyGuard(const ScanReport& report) const;
 
+    // Where the receipts of this home's cleanups are kept.
+    HistoryStore history() const { return HistoryStore::ofHome(home_.path); }
+
+    // One cleanup at a time over all processes. What an earlier one left unfinished is recorded first. Nothing is
+    // touched when the history cannot be read; a rehearsal leaves a receipt, too. Nothing that went is missing from
+    // the history, whenever the process ends.
+    std::expected<CleanOutcome, CleanRefusal> clean(const CleanOrder& order) const;
+
+    // Turns what a cleanup left that did not come to its end into its receipt; absent when there is nothing of the
+    // kind, and while a cleanup is running. One look at one file where there is none.
+    std::expected<std::optional<Receipt>, CleanRefusal> recordInterrupted() const;
+
+    // What a cleanup put into the Trash, back to where it was, and never over anything. Takes the lock of cleanups;
+    // the history shows each thing that is back as soon as it is.
+    std::expected<PutBackOutcome, PutBackRefusal> putBack(const PutBackOrder& order) const;
+
+    // The Trash of this home.
+    Trash trash() const;
+
   private:
+    std::expected<FileLock, CleanRefusal> cleanupLock() const;
+    std::expected<CleanOutcome, CleanRefusal> cleanLocked(CleanRequest request) const;
+    std::string variable(std::string_view name) const;  // of the environment; empty when it is not set
+    ProjectSearch projectSearch(const ScanContext& context) const;
+
     SessionHome home_;
     std::shared_ptr<UserDefaults> defaults_;
     ModuleList modules_;

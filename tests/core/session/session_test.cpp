@@ -35,7 +35,7 @@ TEST(Session, ScansANamedHomeWithItsOwnSettings) {
     EXPECT_EQ(idsOf(session.scan({})), (std::vector<std::string>{"android.gradle", "python.uv"}));
 
     ScanOptions onlyDisabled;
-    onlyDisabled.only = ModuleID::rust;
+    onlyDisabled.only = {ModuleID::rust};
     EXPECT_EQ(session.modulesToRun(onlyDisabled), std::vector{ModuleID::rust});
     EXPECT_EQ(idsOf(session.scan(onlyDisabled)), std::vector<std::string>{"rust.cargoRegistry"});
 

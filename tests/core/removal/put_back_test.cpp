@@ -1,0 +1,253 @@
+// The Trash that desktops share, on real folders; what the history says is read back from its file.
+#ifdef __linux__
+#include "core/removal/put_back.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core/platform/files.h"
+#include "core/platform/path_text.h"
+#include "tests/support/test_home.h"
+
+namespace brindle::test {
+namespace {
+
+namespace fs = std::filesystem;
+using End = PutBackResult::End;
+using testing::HasSubstr;
+using testing::StartsWith;
+using Texts = std::vector<std::string>;
+
+const TimePoint kNow{std::chrono::sys_days(std::chrono::year(2026) / 11 / 21) + std::chrono::hours(7)};
+
+// A home after a cleanup of one item, with its history.
+class PutBackTest : public testing::Test {
+  protected:
+    TestHome home;
+    Trash trash{home.path()};
+    HistoryStore store{home.path("History")};
+
+    void trashAll(const Texts& paths) {
+        Receipt receipt;
+        receipt.id.bytes[0] = 7;
+        ReceiptEntry& entry = receipt.entries.emplace_back();
+        entry.paths = paths;
+        entry.bytes = 4096;
+        entry.method = RemovalMethod::trashed;
+        entry.trashedPaths.emplace();
+        entry.trashedObjects.emplace();
+        for (const std::string& path : paths) {
+            const FileStatus status = *statusOf(path);
+            OpenFolder parent;
+            ASSERT_EQ(parent.openWithoutLinks(folderOf(path)), 0);
+            const auto put = trash.put(parent, {std::string(lastComponent(path)), path, status, {}});
+            ASSERT_TRUE(put) << put.error().describe();
+            entry.trashedPaths->push_back(put->path);
+            entry.trashedObjects->push_back({path, put->path, status.device, status.inode, status.mode});
+        }
+        ASSERT_TRUE(store.append(receipt));
+    }
+
+    ReceiptEntry kept() const { return store.loadChecked()->at(0).entries.at(0); }
+
+    void keep(const ReceiptEntry& entry) {
+        Receipt receipt = store.loadChecked()->at(0);
+        receipt.entries[0] = entry;
+        ASSERT_TRUE(store.replaceChecked(receipt));
+    }
+
+    std::expected<PutBackOutcome, Error> restore(PutBackRequest request = {}) {
+        request.choices = {{.entry = 0}};
+        request.now = kNow;
+        return PutBack(store, trash).restore(store.loadChecked()->at(0), request);
+    }
+
+    // What a rehearsal says, and then the run; the one must foretell the other.
+    PutBackResult restoredOne(const std::optional<std::string>& place = {}) {
+        const std::string before = *readFile(store.url());
+        const auto rehearsed = restore({.place = place, .isDryRun = true});
+        EXPECT_EQ(*readFile(store.url()), before);
+        const auto done = restore({.place = place});
+        EXPECT_EQ(done->results.at(0).end, rehearsed->results.at(0).end);
+        EXPECT_EQ(done->results.at(0).sentence, rehearsed->results.at(0).sentence);
+        return done->results.at(0);
+    }
+};
+
+// Name, mode, time and content of everything below.
+Texts treeOf(const std::string& folder) {
+    Texts lines;
+    for (const auto& each : fs::recursive_directory_iterator(folder)) {
+        const FileStatus status = *statusOf(each.path().string());
+        std::string line = each.path().string() + " " + std::to_string(status.mode) + " " +
+                           std::to_string(status.modified) + " ";
+        if (status.isLink()) line += fs::read_symlink(each.path()).string();
+        if (status.isRegular()) line += *readFile(each.path().string());
+        lines.push_back(line);
+    }
+    std::ranges::sort(lines);
+    return lines;
+}
+
+TEST_F(PutBackTest, BringsEverythingBackAsItWasAndSaysSoInTheHistory) {
+    home.text("work/cache/caf\xe9-\xff", "bytes");
+    home.link("work/cache/link", "nowhere");
+    home.text("work/cache/deep/plain", "more");
+    home.text("work/single\xfe", "alone");
+    home.mode("work/cache/deep/plain", 0640);
+    for (const char* each : {"work/cache/deep/plain", "work/cache/deep", "work/cache", "work/single\xfe"})
+        home.modified(each, 1'000'000'000);
+    home.mode("work/cache", 0750);
+    const Texts before = treeOf(home.path("work"));
+    trashAll({home.path("work/cache"), home.path("work/single\xfe")});
+    fs::remove(home.path("work"));
+
+    ASSERT_TRUE(restore({.isDryRun = true}));
+    EXPECT_FALSE(statusOf(home.path("work")));
+    const auto outcome = restore();
+    ASSERT_TRUE(outcome);
+    ASSERT_EQ(outcome->results.size(), 2U);
+    for (const PutBackResult& result : outcome->results) EXPECT_EQ(result.end, End::done) << result.sentence;
+    EXPECT_EQ(treeOf(home.path("work")), before);
+    const ReceiptEntry entry = kept();
+    EXPECT_EQ(entry, outcome->receipt.entries[0]);
+    EXPECT_FALSE(entry.trashedPaths || entry.trashedObjects);
+    EXPECT_EQ(entry.action, "Put back on 2026-11-21 07:00 UTC");
+    EXPECT_EQ(entry.method, RemovalMethod::trashed);
+    EXPECT_EQ(entry.bytes, 4096U);
+    EXPECT_TRUE(restore()->results.empty()) << "nothing is left to put back";
+}
+
+TEST_F(PutBackTest, NeverOverwritesAndKnowsWhatItPutsBack) {
+    struct Case {
+        const char* what;
+        std::function<void(const std::string& path, const std::string& trashed)> happened;
+        End end;
+        std::string sentence;
+        std::string place = {};
+    };
+    const Case cases[] = {
+        {"in the way", [&](auto&, auto&) { home.link("item", "nowhere"); }, End::occupied, "never"},
+        {"another name", [&](auto&, auto&) { home.text("item", "new"); }, End::done, "", "made/other"},
+        {"emptied", [&](auto&, auto&) { fs::remove_all(home.path(".local")); }, End::gone,
+         "no longer in the Trash"},
+        {"swapped in the Trash",
+         [&](auto&, auto& trashed) {
+             fs::rename(trashed, home.path("away"));
+             home.text(".local/share/Trash/files/item", "other");
+         },
+         End::replaced, "left there"},
+        {"moved, but not recorded", [](auto& path, auto& trashed) { fs::rename(trashed, path); },
+         End::wasBack, "back already"},
+        {"the same under another name",
+         [&](auto&, auto& trashed) { fs::rename(trashed, home.path("other")); }, End::wasBack, "", "other"},
+        {"a file for a folder", [&](auto&, auto&) { home.text("blocked", "x"); }, End::failed, "no folder",
+         "blocked/item"},
+        {"a link for a folder", [&](auto&, auto&) { home.link("linked", "/"); }, End::failed, "a link leads",
+         "linked/tmp/x"},
+        {"another volume", [](auto&, auto&) {}, End::failed, "another volume", "/proc/item"},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.what);
+        for (const auto& left : fs::directory_iterator(home.path())) fs::remove_all(left);
+        const std::string path = home.text("item", "old");
+        trashAll({path});
+        each.happened(path, kept().trashedPaths->at(0));
+        std::optional<std::string> place;
+        if (!each.place.empty()) place = each.place.starts_with('/') ? each.place : home.path(each.place);
+        const PutBackResult result = restoredOne(place);
+        EXPECT_EQ(result.end, each.end);
+        EXPECT_THAT(result.sentence, HasSubstr(each.sentence));
+        EXPECT_EQ(kept().trashedPaths.has_value(), !result.isBack());
+        EXPECT_EQ(readFile(place.value_or(path)) == "old", result.isBack());
+    }
+}
+
+TEST_F(PutBackTest, KnowsThingsByWhatTheReceiptHas) {
+    const std::string one = home.text("one", "1");
+    const std::string two = home.text("two", "2");
+    struct Case {
+        const char* what;
+        std::function<void(ReceiptEntry&)> change;
+        std::vector<End> ends;
+    };
+    const Case cases[] = {
+        {"another device number, as after a restart",
+         [](auto& entry) { entry.trashedObjects->at(0).device ^= 0x55; },
+         {End::done, End::done}},
+        {"places alone, and a failure",
+         [](ReceiptEntry& entry) { entry.trashedObjects.reset(), entry.pathFailures = {"/x: busy"}; },
+         {End::failed, End::failed}},
+        {"one of the things",
+         [](ReceiptEntry& entry) { entry.trashedObjects->pop_back(); },
+         {End::done, End::failed}},
+        {"one twice",
+         [](ReceiptEntry& entry) { entry.trashedPaths->at(1) = entry.trashedPaths->at(0); },
+         {End::done, End::wasBack}},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.what);
+        for (const auto& left : fs::directory_iterator(home.path())) fs::remove_all(left);
+        home.text("one", "1");
+        home.text("two", "2");
+        trashAll({one, two});
+        ReceiptEntry entry = kept();
+        each.change(entry);
+        keep(entry);
+        std::vector<End> ends;
+        const auto outcome = restore();
+        for (const PutBackResult& result : outcome->results) ends.push_back(result.end);
+        EXPECT_EQ(ends, each.ends);
+        if (!kept().trashedPaths || kept().trashedPaths->size() > 1) continue;
+        // Its place is not known, but who names one gets it back.
+        const auto named = restore({.place = home.path("named")});
+        EXPECT_EQ(named->results.at(0).end, End::done) << named->results.at(0).sentence;
+        EXPECT_EQ(readFile(home.path("named")), "2");
+    }
+}
+
+TEST_F(PutBackTest, KeepsTheRestApartWhenItIsStopped) {
+    const Texts paths = {home.text("one", "1"), home.text("two", "2"), home.text("three", "3")};
+    trashAll(paths);
+    ReceiptEntry plain = kept();
+    plain.trashedObjects.reset();
+    keep(plain);
+    int asked = 0;
+    const auto outcome = restore({.isCancelled = [&] { return ++asked > 1; }});
+    EXPECT_TRUE(outcome->isInterrupted);
+    EXPECT_EQ(outcome->results.size(), 1U);
+    EXPECT_EQ(kept().trashedPaths->size(), 2U);
+    const auto rest = restore();
+    EXPECT_EQ(rest->results.size(), 2U) << "what was paired by position stays paired";
+    for (const std::string& path : paths) EXPECT_TRUE(statusOf(path)) << path;
+}
+
+class PutBackTestUnprivileged : public PutBackTest {};
+
+TEST_F(PutBackTestUnprivileged, MovesNothingWhenTheHistoryCannotBeWritten) {
+    if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
+    trashAll({home.text("item", "old")});
+    home.mode("History", 0500);
+    EXPECT_TRUE(restore({.isDryRun = true}));
+    EXPECT_FALSE(restore());
+    EXPECT_TRUE(statusOf(kept().trashedPaths->at(0)));
+    home.mode("History", 0700);
+    // It may also break in between: then the next call makes it good.
+    const auto breaking = [&] {
+        home.mode("History", 0500);
+        return false;
+    };
+    const auto torn = restore({.isCancelled = breaking});
+    ASSERT_TRUE(torn);
+    EXPECT_TRUE(torn->unrecorded);
+    EXPECT_EQ(readFile(home.path("item")), "old");
+    home.mode("History", 0700);
+    EXPECT_EQ(restoredOne().end, End::wasBack);
+    EXPECT_FALSE(kept().trashedPaths);
+}
+
+}  // namespace
+}  // namespace brindle::test
+#endif
