@@ -1,12 +1,16 @@
 // What every command gets, and what it gives back.
 #pragma once
 
+#include <expected>
 #include <string>
+#include <vector>
 
 #include "cli/environment.h"
 #include "cli/exit_code.h"
 #include "cli/option_set.h"
 #include "cli/palette.h"
+#include "cli/progress.h"
+#include "cli/project_view.h"
 #include "cli/streams.h"
 #include "core/session/session.h"
 
@@ -27,9 +31,17 @@ struct Outcome {
 
 Outcome runScan(const CommandContext& context);
 Outcome runExplain(const CommandContext& context);
+Outcome runClean(const CommandContext& context);
+Outcome runHistory(const CommandContext& context);
+Outcome runRestore(const CommandContext& context);
+Outcome runProjects(const CommandContext& context);
+Outcome runProject(const CommandContext& context);
 Outcome runModules(const CommandContext& context);
 Outcome runSettings(const CommandContext& context);
 Outcome runDoctor(const CommandContext& context);
+
+// All receipts; otherwise it has been said why not, and the outcome is how the program ends.
+std::expected<std::vector<Receipt>, Outcome> readableHistory(const CommandContext& context);
 
 // A sentence for the user, with the program's name before it.
 void complain(Streams& streams, std::string_view sentence);
@@ -46,5 +58,21 @@ struct ShownScan {
 
 // A scan with progress on the messages' terminal, which is clean again when this returns.
 ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options);
+
+// What is being done, on the messages' terminal, until it goes out of scope.
+class TaskProgress {
+  public:
+    TaskProgress(const CommandContext& context, std::string task);
+
+    void change(std::string task) { progress_.changeTask(std::move(task)); }
+
+  private:
+    Progress progress_;
+};
+
+FoundProjects projectsShowingProgress(const CommandContext& context);
+
+// What a scan of this moment would say of these projects.
+OfferQuestion offerQuestion(const CommandContext& context, const std::vector<Project>& projects);
 
 }  // namespace brindle

@@ -65,6 +65,11 @@ std::optional<Outcome> runManual(const Options& options, const OptionSet& set, c
             return Outcome{ExitCode::success, completionScript(set, options.shell)};
         case Command::scan:
         case Command::explain:
+        case Command::clean:
+        case Command::history:
+        case Command::restore:
+        case Command::projects:
+        case Command::project:
         case Command::modules:
         case Command::settings:
         case Command::doctor:
@@ -79,6 +84,16 @@ Outcome runOnHome(const CommandContext& context) {
             return runScan(context);
         case Command::explain:
             return runExplain(context);
+        case Command::clean:
+            return runClean(context);
+        case Command::history:
+            return runHistory(context);
+        case Command::restore:
+            return runRestore(context);
+        case Command::projects:
+            return runProjects(context);
+        case Command::project:
+            return runProject(context);
         case Command::modules:
             return runModules(context);
         case Command::settings:
@@ -96,8 +111,9 @@ Outcome runOnHome(const CommandContext& context) {
 
 // A scan only looks, so it goes on without the preferences; but never silently.
 void warnOfPreferences(const CommandContext& context) {
+    const Command command = context.options.command;
     const bool usesThem =
-        context.options.command != Command::settings && context.options.command != Command::doctor;
+        command != Command::settings && command != Command::doctor && command != Command::clean;
     const auto readable = context.session.preferences().readable();
     if (readable || !usesThem) return;
     complain(context.streams, readable.error().describe());
@@ -106,6 +122,22 @@ void warnOfPreferences(const CommandContext& context) {
         localized(
             "the preferences cannot be trusted, so their defaults are used: what you disabled or protected "
             "is not respected"));
+}
+
+// What a cleanup that was cut short has done becomes history before anything else. Only a cleanup has to wait for that.
+std::optional<Outcome> settleEarlierCleanup(const CommandContext& context) {
+    const auto recorded = context.session.recordInterrupted();
+    if (recorded && *recorded) {
+        complain(context.streams,
+                 localized("an earlier cleanup was interrupted; what it did is in the history"));
+    }
+    if (recorded) return std::nullopt;
+    const auto& [kind, sentence] = recorded.error();
+    complain(context.streams, sentence);
+    if (context.options.command != Command::clean) return std::nullopt;
+    if (kind != CleanRefusal::Kind::historyUnreadable) return Outcome{ExitCode::failed, ""};
+    complain(context.streams, localized("History cannot be read; cleanup has not started."));
+    return Outcome{ExitCode::kHistoryUnreadable, ""};
 }
 
 Outcome runParsed(const Options& options, const Surroundings& surroundings, Streams& streams) {
@@ -122,6 +154,7 @@ Outcome runParsed(const Options& options, const Surroundings& surroundings, Stre
                                  .streams = streams,
                                  .look = lookOf(surroundings, options.isColourForbidden, streams)};
     warnOfPreferences(context);
+    if (auto outcome = settleEarlierCleanup(context)) return *std::move(outcome);
     return runOnHome(context);
 }
 

@@ -56,10 +56,12 @@ std::string bashValueCases(const OptionSet& set, const CLI::App& command) {
     for (const CLI::Option* option : OptionSet::optionsOf(command)) {
         if (!OptionSet::takesValue(*option)) continue;
         const bool isFolder = option->get_type_name() == "DIR";
+        const bool isFile = option->get_type_name() == "FILE";
         text += fmt::format(
             "        {}) {}; return ;;\n", OptionSet::names(*option).back(),
-            isFolder ? "compopt -o filenames 2>/dev/null; _brindle_offer -d"
-                     : fmt::format("_brindle_offer -W {}", shellQuoted(words(set.choices(*option)))));
+            isFolder || isFile
+                ? fmt::format("compopt -o filenames 2>/dev/null; _brindle_offer {}", isFolder ? "-d" : "-f")
+                : fmt::format("_brindle_offer -W {}", shellQuoted(words(set.choices(*option)))));
     }
     return text;
 }
@@ -171,7 +173,7 @@ std::string zshText(std::string_view text) {
 std::string zshAction(const OptionSet& set, const CLI::Option& option) {
     const std::string type = option.get_type_name();
     if (type == "DIR") return "_files -/";
-    if (type.contains("PATH")) return "_files";
+    if (type.contains("PATH") || type == "FILE") return "_files";
     const std::string choices = words(set.choices(option));
     return choices.empty() ? " " : fmt::format("({})", choices);
 }
@@ -237,8 +239,10 @@ std::string fishOption(const OptionSet& set, const CLI::Option& option, std::str
     for (const std::string& name : option.get_snames()) line += " -s " + name;
     for (const std::string& name : option.get_lnames()) line += " -l " + name;
     if (OptionSet::takesValue(option)) {
-        line += option.get_type_name() == "DIR" ? " -x -a '(__fish_complete_directories)'"
-                                                : " -x -a " + shellQuoted(words(set.choices(option)));
+        const std::string type = option.get_type_name();
+        line += type == "DIR"    ? " -x -a '(__fish_complete_directories)'"
+                : type == "FILE" ? " -r -F"
+                                 : " -x -a " + shellQuoted(words(set.choices(option)));
     }
     return line + " -d " + shellQuoted(option.get_description()) + "\n";
 }

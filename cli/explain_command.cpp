@@ -5,6 +5,7 @@
 #include "cli/display_width.h"
 #include "cli/item_lookup.h"
 #include "cli/item_page.h"
+#include "cli/page_rows.h"
 #include "cli/suggestion.h"
 #include "cli/unreachable_view.h"
 #include "core/model/model_json.h"
@@ -16,24 +17,38 @@ namespace brindle {
 
 namespace {
 
-// The module whose items begin like this; absent for what can only be a path.
-std::optional<ModuleID> moduleOf(const std::string& subject) {
-    const std::size_t dot = subject.find('.');
-    if (dot == std::string::npos || dot + 1 == subject.size()) return std::nullopt;
-    return moduleIDFrom(subject.substr(0, dot));
-}
-
-bool looksLikePath(const std::string& subject) {
-    return subject.contains('/') || subject.starts_with('~') || subject.starts_with('.');
-}
-
-std::string itemResult(const CommandContext& context, const CleanupItem& item) {
-    if (context.options.isJson) {
-        Json json{{"schemaVersion", 1}};
-        json.update(toJson(item));
-        return json.dump(2) + "\n";
+// Asks as a cleanup would, but touches nothing. Absent when Ctrl-C came: the trees are not looked at then.
+std::optional<SafetyVerdict> verdictNow(const CommandContext& context, const ScanReport& report,
+                                        const CleanupItem& item) {
+    if (context.surroundings.isInterrupted()) return std::nullopt;
+    const auto guard = context.session.safetyGuard(report);
+    if (!guard) return SafetyVerdict::refused(guard.error().describe());
+    SafetyVerdict verdict = guard->verdictForItem(item);
+    const TaskProgress progress(context, localized("asking the safety guard"));
+    for (const std::string& path : item.removal.affectedPaths()) {
+        if (verdict.isAllowed()) verdict = guard->treeVerdict(path);
     }
-    return itemPage(item, context.session.home(), context.look);
+    return verdict;
+}
+
+SafetyVerdict verdictOnPath(const CommandContext& context, const ScanReport& report,
+                            const std::string& path) {
+    const auto guard = context.session.safetyGuard(report);
+    return guard ? guard->verdictForDeleting(path) : SafetyVerdict::refused(guard.error().describe());
+}
+
+Json guardJson(const std::optional<SafetyVerdict>& verdict) {
+    if (!verdict) return nullptr;
+    return Json{{"isAllowed", verdict->isAllowed()}, {"reason", jsonTextOrNull(verdict->reason())}};
+}
+
+std::string itemResult(const CommandContext& context, const ScanReport& report, const CleanupItem& item) {
+    const auto verdict = verdictNow(context, report, item);
+    if (!context.options.isJson) return itemPage(item, context.session.home(), context.look, verdict);
+    Json json{{"schemaVersion", 1}};
+    json.update(toJson(item));
+    json["guard"] = guardJson(verdict);
+    return json.dump(2) + "\n";
 }
 
 // A disabled module is left out of the report, not out of the answer.
@@ -41,7 +56,7 @@ ScanReport found(const CommandContext& context, std::optional<ModuleID> only) {
     ScanOptions options;
     options.includeProjects = !only || *only == ModuleID::projects;
     options.includeDisabled = true;
-    options.only = only;
+    if (only) options.only = {*only};
     return scanShowingProgress(context, options).report;
 }
 
@@ -90,15 +105,19 @@ Outcome inside(const CommandContext& context, const std::string& path,
     return {ExitCode::success, json.dump(2) + "\n"};
 }
 
-std::string uncoveredText(const CommandContext& context, const std::string& path) {
-    std::string text;
-    for (const std::string& line :
-         wrap(localized("No item covers %@. Brindle suggests nothing about it and leaves it alone.",
-                        shownPath(path, context.session.home())),
-              context.look.width)) {
-        text += line + "\n";
-    }
-    return text;
+std::string uncoveredText(const CommandContext& context, const std::string& path,
+                          const SafetyVerdict& verdict) {
+    const std::string guard =
+        verdict.isAllowed()
+            ? localized(
+                  "The safety guard has nothing against the path; but what no item offers is never removed.")
+            : localized("The safety guard would refuse it, too: %@",
+                        printable(verdict.reason().value_or("")));
+    return paragraphText(
+               localized("No item covers %@. Brindle suggests nothing about it and leaves it alone.",
+                         shownPath(path, context.session.home())),
+               0, context.look) +
+           paragraphText(guard, 0, context.look);
 }
 
 // What was not looked at cannot be ruled out: that is no "not found".
@@ -133,15 +152,19 @@ Outcome uncovered(const CommandContext& context, const std::string& path, const 
     } else if (!status) {
         return unseen(context, path, status.error().describe());
     }
-    if (context.options.isJson) return {ExitCode::notFound, pathJson(path).dump(2) + "\n"};
-    return {ExitCode::notFound, isMissing ? "" : uncoveredText(context, path)};
+    const SafetyVerdict verdict = verdictOnPath(context, report, path);
+    if (!context.options.isJson)
+        return {ExitCode::notFound, isMissing ? "" : uncoveredText(context, path, verdict)};
+    Json json = pathJson(path);
+    json["guard"] = guardJson(verdict);
+    return {ExitCode::notFound, json.dump(2) + "\n"};
 }
 
 Outcome explainPath(const CommandContext& context, const std::string& path) {
     const ScanReport report = found(context, std::nullopt);
     const Coverage coverage = coverageOf(path, report.allItems(), context.session.home());
     if (!coverage.covering.empty())
-        return {unlessInterrupted(context), itemResult(context, coverage.covering.front())};
+        return {unlessInterrupted(context), itemResult(context, report, coverage.covering.front())};
     if (context.surroundings.isInterrupted()) return interruptedOutcome(context);
     return coverage.inside.empty() ? uncovered(context, path, report)
                                    : inside(context, path, coverage.inside);
@@ -151,16 +174,19 @@ Outcome explainPath(const CommandContext& context, const std::string& path) {
 
 Outcome runExplain(const CommandContext& context) {
     const std::string& subject = context.options.subject;
-    const auto module = moduleOf(subject);
+    const auto module = moduleNamedBy(subject);
     std::vector<CleanupItem> items;
     if (module) {
-        items = found(context, module).allItems();
+        const ScanReport report = found(context, module);
+        items = report.allItems();
         const auto item = std::ranges::find(items, subject, &CleanupItem::id);
-        if (item != items.end()) return {unlessInterrupted(context), itemResult(context, *item)};
+        if (item != items.end()) return {unlessInterrupted(context), itemResult(context, report, *item)};
         if (context.surroundings.isInterrupted()) return interruptedOutcome(context);
     }
     const auto path = absolutePath(subject, context.surroundings.workingFolder, context.session.home());
-    const bool isPath = looksLikePath(subject);
+    // An item of a project is named by a path: what looks like one and lies nowhere is a name gone wrong.
+    const bool isItem = subject.starts_with("projects./") && !(path && statusOf(*path));
+    const bool isPath = looksLikePath(subject) && !isItem;
     if (path && (isPath || statusOf(*path))) return explainPath(context, *path);
     if (!isPath) return unknownItem(context, items);
     complain(context.streams, localized("the current folder is gone"));

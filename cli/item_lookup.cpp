@@ -1,5 +1,6 @@
 #include "cli/item_lookup.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "core/platform/machine.h"
@@ -45,6 +46,23 @@ bool liesInside(const CleanupItem& item, const std::string& path, const std::str
 }
 
 }  // namespace
+
+std::optional<ModuleID> moduleNamedBy(const std::string& subject) {
+    const std::size_t dot = subject.find('.');
+    if (dot == std::string::npos || dot + 1 == subject.size()) return std::nullopt;
+    return moduleIDFrom(subject.substr(0, dot));
+}
+
+bool looksLikePath(const std::string& subject) {
+    return subject.contains('/') || subject.starts_with('~') || subject.starts_with('.');
+}
+
+bool isPlaceOf(const CleanupItem& item, const std::string& path, const std::string& home) {
+    return std::ranges::any_of(placesOf(item, home), [&](const std::string& place) {
+        const auto all = spellings(place);
+        return std::ranges::find(all, path) != all.end();
+    });
+}
 
 std::optional<std::string> absolutePath(const std::string& typed, const std::string& workingFolder,
                                         const std::string& home) {

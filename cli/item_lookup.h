@@ -10,6 +10,11 @@
 
 namespace brindle {
 
+// The module whose items have names that begin like this; absent for what can only be a path, or a part of a name.
+std::optional<ModuleID> moduleNamedBy(const std::string& subject);
+
+bool looksLikePath(const std::string& subject);
+
 // A typed path as an absolute one: "~" is the home, other relative ones lie in the working folder; links are
 // resolved but for the last component. A path whose folder does not exist is tidied by its text alone. Absent
 // for a relative path when there is no working folder.
@@ -35,5 +40,8 @@ std::optional<Obstacle> obstacleFor(const std::string& path,
 
 // Where an item's bytes lie: the paths it would remove and, where a tool removes it, the path it shows.
 std::vector<std::string> placesOf(const CleanupItem& item, const std::string& home);
+
+// Whether the path is such a place itself, also where a link leads to it.
+bool isPlaceOf(const CleanupItem& item, const std::string& path, const std::string& home);
 
 }  // namespace brindle

@@ -1,11 +1,10 @@
 #include "cli/item_page.h"
 
 #include <algorithm>
-#include <sstream>
-#include <utility>
 #include <vector>
 
 #include "cli/display_width.h"
+#include "cli/page_rows.h"
 #include "cli/unreachable_view.h"
 #include "core/text/byte_format.h"
 #include "core/text/core_strings.h"
@@ -15,35 +14,9 @@ namespace brindle {
 
 namespace {
 
-struct Row {
-    std::string label;
-    std::vector<std::string> paragraphs;
-};
-
-using Rows = std::vector<Row>;
-
-void addText(Rows& rows, const std::string& label, const std::string& text) {
-    Row row{label, {}};
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) row.paragraphs.push_back(printable(line));
-    if (!row.paragraphs.empty()) rows.push_back(std::move(row));
-}
-
-std::string returnText(const Regeneration& regeneration) {
-    switch (regeneration.kind) {
-        case Regeneration::Kind::command:
-            return localized("by running: %@", regeneration.text());
-        case Regeneration::Kind::action:
-            return regeneration.text();
-        case Regeneration::Kind::automatic:
-            return localized("by itself: %@", regeneration.text());
-    }
-    return "";
-}
-
 Row sizeRow(const CleanupItem& item) {
     const DirectoryMeasurement& measurement = item.measurement;
-    Row row{localized("Size"), {localized("%@ on disk", sizeText(item))}};
+    Row row{localized("Size"), {localized("%@ on disk", sizeText(item.measurement))}};
     if (measurement.source == DirectoryMeasurement::Source::measured) {
         row.paragraphs.push_back(localized("%@ as the sizes of its files add up",
                                            ByteFormat::shortText(measurement.logicalBytes)));
@@ -117,7 +90,7 @@ Rows rowsOf(const CleanupItem& item, const std::string& home) {
 
 // Where the three do not fit beside each other the title gets a line of its own.
 std::string headingText(const CleanupItem& item, const Look& look) {
-    const std::string title = printable(item.title());
+    const std::string title = spelled(printable(item.title()), look.glyphs);
     const std::string id = printable(item.id);
     const std::string judgement = displayName(item.classification);
     const std::string judged = look.palette.judged(item.classification, judgement);
@@ -129,29 +102,17 @@ std::string headingText(const CleanupItem& item, const Look& look) {
            look.palette.quiet(shortenMiddle(id, room, look.glyphs.ellipsis())) + "  " + judged + "\n";
 }
 
-std::string rowText(const Row& row, unsigned labels, const Look& look) {
-    const unsigned indent = look.isNarrow() ? 4 : 2 + labels + 2;
-    bool isFirst = !look.isNarrow() && displayWidth(row.label) <= labels;  // beside its label
-    std::string text =
-        "  " + look.palette.heading(padRight(row.label, isFirst ? labels : 0)) + (isFirst ? "  " : "\n");
-    for (const std::string& paragraph : row.paragraphs) {
-        for (const std::string& line : wrap(paragraph, look.width - indent)) {
-            text += (isFirst ? "" : std::string(indent, ' ')) + line + "\n";
-            isFirst = false;
-        }
-    }
-    return text;
-}
-
 }  // namespace
 
-std::string itemPage(const CleanupItem& item, const std::string& home, const Look& look) {
-    const Rows rows = rowsOf(item, home);
-    unsigned labels = 0;
-    for (const Row& row : rows) labels = std::max(labels, displayWidth(row.label));
-    std::string text = headingText(item, look);
-    for (const Row& row : rows) text += rowText(row, std::min(labels, 20U), look);
-    return text;
+std::string itemPage(const CleanupItem& item, const std::string& home, const Look& look,
+                     const std::optional<SafetyVerdict>& verdict) {
+    Rows rows = rowsOf(item, home);
+    if (verdict) {
+        addText(rows, localized("Safety guard"),
+                verdict->isAllowed() ? localized("would let it go now")
+                                     : localized("would refuse it now: %@", verdict->reason().value_or("")));
+    }
+    return headingText(item, look) + rowsText(rows, look);
 }
 
 }  // namespace brindle

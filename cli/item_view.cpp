@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/display_width.h"
+#include "cli/page_rows.h"
 #include "core/text/byte_format.h"
 #include "core/text/core_strings.h"
 #include "core/text/printable.h"
@@ -13,26 +14,31 @@ namespace {
 
 constexpr unsigned kLeastPath = 16;  // columns
 
-// Right text at the right edge, left text shortened to leave it room.
-std::string spread(std::string_view left, std::string_view right, unsigned columns, const Look& look) {
-    const unsigned taken = right.empty() ? 0 : displayWidth(right) + 2;
-    if (taken + 12 > columns) return shortenEnd(left, columns, look.glyphs.ellipsis());
-    const unsigned room = columns - taken;
-    std::string line = shortenEnd(left, room, look.glyphs.ellipsis());
-    if (right.empty()) return line;
-    return padRight(line, room) + "  " + look.palette.quiet(right);
-}
-
 }  // namespace
 
-std::string sizeText(const CleanupItem& item) {
-    const std::string size = ByteFormat::shortText(item.bytes());
-    return item.measurement.isComplete() ? size : localized("at least %@", size);
+std::string sizeText(const DirectoryMeasurement& measurement) {
+    const std::string size = ByteFormat::shortText(measurement.allocatedBytes);
+    return measurement.isComplete() ? size : localized("at least %@", size);
 }
 
-std::optional<std::string> comesBackText(const CleanupItem& item) {
-    if (!item.explanation.regeneratedBy) return std::nullopt;
-    const Regeneration& regeneration = *item.explanation.regeneratedBy;
+std::string shortSizeText(const DirectoryMeasurement& measurement, const Look& look) {
+    const std::string size = ByteFormat::shortText(measurement.allocatedBytes);
+    return measurement.isComplete() ? size : std::string(look.glyphs.atLeast()) + size;
+}
+
+std::string returnText(const Regeneration& regeneration) {
+    switch (regeneration.kind) {
+        case Regeneration::Kind::command:
+            return localized("by running: %@", regeneration.text());
+        case Regeneration::Kind::action:
+            return regeneration.text();
+        case Regeneration::Kind::automatic:
+            return localized("by itself: %@", regeneration.text());
+    }
+    return "";
+}
+
+std::string comesBackText(const Regeneration& regeneration) {
     switch (regeneration.kind) {
         case Regeneration::Kind::command:
             return localized("comes back with: %@", regeneration.text());
@@ -41,12 +47,11 @@ std::optional<std::string> comesBackText(const CleanupItem& item) {
         case Regeneration::Kind::automatic:
             return localized("comes back by itself: %@", regeneration.text());
     }
-    return std::nullopt;
+    return "";
 }
 
 std::string ItemTable::shortSize(const CleanupItem& item) const {
-    if (!look_.isNarrow() || item.measurement.isComplete()) return sizeText(item);
-    return std::string(look_.glyphs.atLeast()) + ByteFormat::shortText(item.bytes());
+    return look_.isNarrow() ? shortSizeText(item.measurement, look_) : sizeText(item.measurement);
 }
 
 void ItemTable::makeRoomFor(const CleanupItem& item) {
@@ -56,8 +61,8 @@ void ItemTable::makeRoomFor(const CleanupItem& item) {
 
 std::vector<std::string> ItemTable::notes(const CleanupItem& item) const {
     std::vector<std::string> notes;
-    const auto comesBack = comesBackText(item);
-    notes.push_back(printable(comesBack ? *comesBack : item.explanation.whatHappensNext()));
+    const auto& comesBack = item.explanation.regeneratedBy;
+    notes.push_back(printable(comesBack ? comesBackText(*comesBack) : item.explanation.whatHappensNext()));
     if (item.clears) notes.push_back(localized("also clears: %@", printable(localized(*item.clears))));
     if (item.measurement.isSparse()) {
         notes.push_back(localized("holds sparse files: they look like %@ but occupy less",
@@ -78,7 +83,7 @@ std::string ItemTable::ageOf(const CleanupItem& item) const {
 std::string ItemTable::quietNotes(const CleanupItem& item, unsigned indent, unsigned columns) const {
     std::string text;
     for (const std::string& note : notes(item)) {
-        for (const std::string& line : wrap(note, columns)) {
+        for (const std::string& line : wrap(spelled(note, look_.glyphs), columns)) {
             text += std::string(indent, ' ') + look_.palette.quiet(line) + "\n";
         }
     }
@@ -96,7 +101,7 @@ std::string ItemTable::wideLines(const CleanupItem& item) const {
     const std::string word = padRight(displayName(item.classification), wordColumns_);
     std::string text = "  " + padLeft(shortSize(item), sizeColumns_) + "  " +
                        look_.palette.judged(item.classification, word) + "  ";
-    text += spread(printable(item.title()), age, columns, look_) + "\n";
+    text += spread(spelled(printable(item.title()), look_.glyphs), age, columns, look_) + "\n";
     const std::string path = printable(item.detail());
     const std::string id = printable(item.id);
     const std::string start(indent, ' ');
@@ -118,8 +123,9 @@ std::string ItemTable::narrowLines(const CleanupItem& item) const {
     const std::string start = shortSize(item) + "  ";
     const unsigned taken = displayWidth(start) + displayWidth(word) + 4;
     const unsigned room = look_.width > taken + 6 ? look_.width - taken : 6;
-    std::string text = "  " + start + look_.palette.judged(item.classification, word) + "  " +
-                       shortenEnd(printable(item.title()), room, look_.glyphs.ellipsis()) + "\n";
+    std::string text =
+        "  " + start + look_.palette.judged(item.classification, word) + "  " +
+        shortenEnd(spelled(printable(item.title()), look_.glyphs), room, look_.glyphs.ellipsis()) + "\n";
     const std::string age = ageOf(item);
     std::string name = printable(item.id);
     if (!age.empty() && displayWidth(name + age) + 3 <= columns)

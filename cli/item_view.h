@@ -16,10 +16,13 @@ namespace brindle {
 using AgeText = std::function<std::string(std::optional<std::chrono::sys_seconds>)>;
 
 // The size as it may be believed: "at least" where something inside could not be measured.
-std::string sizeText(const CleanupItem& item);
+std::string sizeText(const DirectoryMeasurement& measurement);
+std::string shortSizeText(const DirectoryMeasurement& measurement, const Look& look);  // with a symbol for it
 
-// "comes back with pip install"; absent when the item says nothing of it.
-std::optional<std::string> comesBackText(const CleanupItem& item);
+// "comes back with: pip install"
+std::string comesBackText(const Regeneration& regeneration);
+// The same beside a label that says what it is about: "by running: cargo build".
+std::string returnText(const Regeneration& regeneration);
 
 // A table of items: columns are aligned over everything added, in the order given to lines().
 class ItemTable {

@@ -5,8 +5,14 @@
 //   help, man_page, completion     made from those definitions; suggestion: "did you mean"
 //   environment         whose home, which language, colours or none; streams: where the program writes
 //   scan_command, explain_command, modules_command, settings_command, doctor_command     one a command
+//   clean_command       brindle clean; clean_selection: which items; clean_page: what is shown before and after
+//   history_command, restore_command   likewise; receipt_lookup: which cleanup is meant; history_page: list and page
+//   projects_command, project_command   likewise; recovery_dialogue: asks before a project is pushed
 //   report_view         the report of a scan, of storage_bar, item_view and unreachable_view
+//   answer              what a person typed at a question
 //   item_lookup         which item a path means; item_page: all that is known of one
+//   project_list        the projects that were found; project_page: all that is known of one; project_view: both
+//   page_rows           labelled rows and paragraphs, of which the pages are made
 //   progress            the line on the terminal while a scan runs
 //   display_width, text_table, palette     columns, tables, colours and symbols
 //   exit_code           how the program ends

@@ -64,6 +64,8 @@ std::string filesSection() {
            entry("$XDG_CONFIG_HOME/brindle/preferences.json",
                  "the preferences, where that variable names an absolute folder") +
            entry("~/.config/brindle/preferences.json", "otherwise; with --home, in DIR/.config/brindle") +
+           entry("~/Library/Application Support/Brindle/history.json",
+                 "the history of cleanups, on every system") +
            entry("~/Library/Preferences",
                  "on macOS: the preferences of the current user, as the system keeps them; brindle settings "
                  "names the place");

@@ -5,6 +5,7 @@
 #include "cli/command.h"
 #include "cli/text_table.h"
 #include "core/model/model_json.h"
+#include "core/platform/file_status.h"
 #include "core/text/core_strings.h"
 
 namespace brindle {
@@ -17,12 +18,23 @@ struct ModuleState {
     bool isEnabled = true;
 };
 
+// Projects are looked for by the scan itself; there is something for it where a folder to search is there.
+bool isAnyRootThere(const Session& session) {
+    return std::ranges::any_of(session.preferences().projectRoots(), [&](const std::string& root) {
+        return exists(root.starts_with('/') ? root : session.home() + "/" + root);
+    });
+}
+
 // Several modules may share one identity: it is there when one of them is.
 std::vector<ModuleState> states(const Session& session) {
     const ScanContext context = session.context({});
     const auto disabled = session.preferences().disabledModules();
     std::vector<ModuleState> result;
     for (const ModuleID id : allCases<ModuleID>()) {
+        if (id == ModuleID::projects) {
+            result.push_back({id, isAnyRootThere(session), !disabled.contains(id)});
+            continue;
+        }
         const bool isKnown =
             std::ranges::any_of(session.modules(), [&](const auto& module) { return module->id() == id; });
         if (!isKnown) continue;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <utility>
 
 #include "cli/suggestion.h"
@@ -18,22 +19,31 @@ namespace {
 
 constexpr std::string_view kAbout =
     "Finds the storage that developer tools quietly fill, says what each pile of it is and how it comes "
-    "back. It "
-    "only looks: nothing is changed or removed.";
+    "back. "
+    "back, and removes what you choose. \"brindle clean\" asks first, and what it did stands in the history, "
+    "from which "
+    "\"brindle restore\" puts back what lies in the Trash; \"brindle project PATH --recover\" pushes a "
+    "project's commits, "
+    "after asking.";
 
 struct NamedCommand {
     std::string_view name;
     Command command;
 };
 
-constexpr std::array<NamedCommand, 8> kCommands = {{{"scan", Command::scan},
-                                                    {"explain", Command::explain},
-                                                    {"modules", Command::modules},
-                                                    {"settings", Command::settings},
-                                                    {"doctor", Command::doctor},
-                                                    {"completion", Command::completion},
-                                                    {"man", Command::man},
-                                                    {"help", Command::help}}};
+constexpr std::array<NamedCommand, 13> kCommands = {{{"scan", Command::scan},
+                                                     {"explain", Command::explain},
+                                                     {"clean", Command::clean},
+                                                     {"history", Command::history},
+                                                     {"restore", Command::restore},
+                                                     {"projects", Command::projects},
+                                                     {"project", Command::project},
+                                                     {"modules", Command::modules},
+                                                     {"settings", Command::settings},
+                                                     {"doctor", Command::doctor},
+                                                     {"completion", Command::completion},
+                                                     {"man", Command::man},
+                                                     {"help", Command::help}}};
 
 Command commandOf(std::string_view name) {
     const auto* found = std::ranges::find(kCommands, name, &NamedCommand::name);
@@ -65,12 +75,13 @@ void guard(std::vector<std::string>& arguments) {
     if (mark != arguments.end()) arguments.erase(mark);
 }
 
-// Of the modules that this version has.
+// Of the modules that this version has. Projects are looked for by the scan itself.
 std::vector<std::string> moduleNames() {
     std::vector<std::string> names;
     const ModuleList modules = defaultModules({});
     for (const ModuleID each : allCases<ModuleID>()) {
         const bool isBuilt =
+            each == ModuleID::projects ||
             std::ranges::any_of(modules, [&](const auto& module) { return module->id() == each; });
         if (isBuilt) names.emplace_back(rawText(each));
     }
@@ -81,6 +92,19 @@ std::vector<std::string> settingNames() {
     std::vector<std::string> names;
     for (const Setting& setting : allSettings()) names.emplace_back(setting.name);
     return names;
+}
+
+// "30d" or "8w", as days.
+std::optional<int> daysFromText(std::string_view text) {
+    constexpr int kMost = 100'000;
+    if (text.empty()) return std::nullopt;
+    const int unit = text.back() == 'd' ? 1 : text.back() == 'w' ? 7 : 0;
+    int number = 0;
+    const char* last = text.data() + text.size() - 1;
+    const auto [end, failure] = std::from_chars(text.data(), last, number);
+    if (unit == 0 || failure != std::errc() || end != last || number < 0 || number > kMost)
+        return std::nullopt;
+    return number * unit;
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -98,10 +122,15 @@ OptionSet::OptionSet() : program_(std::string(kAbout), "brindle") {
     program_.set_version_flag("--version", BRINDLE_VERSION, "show the version");
     examples_[&program_] = {{"brindle scan", "what takes space in your home folder"},
                             {"brindle explain python.pip", "all that is known of one item of the report"},
+                            {"brindle clean --safe", "remove what is safe to remove, after asking"},
+                            {"brindle projects --sort age", "your projects, longest untouched first"},
                             {"brindle doctor", "why something could not be measured"}};
     defineGlobals();
     defineScan();
     defineInspection();
+    defineClean();
+    defineHistory();
+    defineProjects();
     defineSettings();
     defineManual();
 }
@@ -165,6 +194,89 @@ void OptionSet::defineInspection() {
             {{"brindle modules", "all of them"}});
     command("doctor", "show what stands in the way of a full scan",
             {{"brindle doctor", "access, tools, folders that cannot be read"}});
+}
+
+void OptionSet::defineClean() {
+    CLI::App& clean =
+        command("clean", "remove what you choose, after showing it and asking",
+                {{"brindle clean", "choose from a list"},
+                 {"brindle clean python.pip rust.cargoRegistry", "these items"},
+                 {"brindle clean --safe --older-than 30d --dry-run", "what would go, without touching it"},
+                 {"brindle clean --module node --dry-run --plan plan.json",
+                  "put it down in a file, with what lies there"},
+                 {"brindle clean --plan plan.json", "do exactly that"}});
+    clean
+        .add_option("item", typed_.subjects,
+                    "an item as the report names it, a part of its name, or its path")
+        ->type_name("ITEM|PATH")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addFlag(clean, "--safe", typed_.safe, "take items that are safe to remove, and no others");
+    limitTo(clean.add_option("--module", typed_.only, "take items of the module MODULE")->type_name("MODULE"),
+            moduleNames());
+    clean
+        .add_option("--older-than", typed_.leastAge,
+                    "take items in which nothing was written for AGE or longer: 30d, 8w")
+        ->type_name("AGE");
+    clean
+        .add_option("--min-size", typed_.leastSize,
+                    "take items of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units")
+        ->type_name("SIZE");
+    addFlag(clean, "--include-review", typed_.includeReview,
+            "take items to review, too, without their being named");
+    addFlag(clean, "--dry-run", typed_.dryRun, "rehearse: everything but the removal itself");
+    addFlag(clean, "--yes", typed_.yes, "do not ask");
+    clean
+        .add_option(
+            "--plan", typed_.plan,
+            "with --dry-run: write the plan into FILE; without: do what the plan in FILE says, as far as "
+            "nothing has changed")
+        ->type_name("FILE");
+}
+
+void OptionSet::defineHistory() {
+    constexpr const char* kCleanup =
+        "a cleanup: its number in the list, 1 being the newest, or the beginning of its identity";
+    CLI::App& history = command("history", "list the cleanups, or tell all of one",
+                                {{"brindle history", "all of them, the newest first"},
+                                 {"brindle history 1", "the newest: what went, how it comes back"}});
+    history.add_option("id", typed_.cleanup, kCleanup)->type_name("ID");
+    CLI::App& restore =
+        command("restore", "put back what a cleanup moved to the Trash",
+                {{"brindle restore 1", "all that the newest moved to the Trash, after asking"},
+                 {"brindle restore 1 3 --as ~/copy", "one entry, under another name"}});
+    restore.add_option("id", typed_.cleanup, kCleanup)->type_name("ID")->required();
+    restore
+        .add_option("entry", typed_.restoreEntries,
+                    "an entry of it: its number on the page of the cleanup, its item, or where one thing of "
+                    "it was; all if none is named")
+        ->type_name("ENTRY")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    restore
+        .add_option("--as", typed_.restorePlace,
+                    "put the one thing back at PATH instead of where it was; never over anything")
+        ->type_name("PATH");
+    addFlag(restore, "--dry-run", typed_.restoreRehearsal, "say what would be put back, and leave it");
+    addFlag(restore, "--yes", typed_.restoreYes, "put back without asking");
+}
+
+void OptionSet::defineProjects() {
+    CLI::App& projects =
+        command("projects", "list the software projects, and what in them could be generated again",
+                {{"brindle projects", "all of them, the largest first"},
+                 {"brindle projects --dormant --sort age", "those left alone, the oldest first"}});
+    addFlag(projects, "--dormant", typed_.dormant, "list those that were left alone for 90 days or more");
+    const CLI::Option* order =
+        projects
+            .add_option("--sort", typed_.order, "in which order to list them, by size if nothing is said")
+            ->type_name("ORDER");
+    limitTo(order, {RawTexts<ProjectOrder>::kTexts.begin(), RawTexts<ProjectOrder>::kTexts.end()});
+    CLI::App& project =
+        command("project", "tell all that is known of one project",
+                {{"brindle project ~/Projects/lantern", "size, Git, worktrees, the next step"},
+                 {"brindle project . --recover", "put its commits on a remote, after asking"}});
+    project.add_option("path", typed_.subject, "the project's folder")->type_name("PATH")->required();
+    addFlag(project, "--recover", typed_.recover,
+            "ask, then create a private repository and push, or push to the remote that is there");
 }
 
 void OptionSet::defineSettings() {
@@ -360,6 +472,9 @@ std::expected<Options, UsageError> OptionSet::understood() const {
     options.subject = unguarded(typed_.subject);
     options.shell = unguarded(typed_.shell);
     if (auto read = readScan(options); !read) return std::unexpected(read.error());
+    if (auto read = readClean(options); !read) return std::unexpected(read.error());
+    if (auto read = readHistory(options); !read) return std::unexpected(read.error());
+    if (auto read = readProjects(options); !read) return std::unexpected(read.error());
     if (auto read = readSettings(options); !read) return std::unexpected(read.error());
     return options;
 }
@@ -371,17 +486,76 @@ std::expected<void, UsageError> OptionSet::readScan(Options& options) const {
     if (typed_.safe) options.filter.classifications.insert(Classification::safe);
     if (typed_.review) options.filter.classifications.insert(Classification::review);
     if (typed_.protected_) options.filter.classifications.insert(Classification::protected_);
-    const CLI::App* scan = commandNamed("scan");
-    if (!given(typed_.leastSize, scan->get_option("--min-size"))) return {};
-    const auto bytes = bytesFromText(unguarded(typed_.leastSize));
-    if (!bytes) {
-        return std::unexpected(
-            UsageError{localized("--min-size: %@ is no size; write 100MB, 1.5GB, 500KB or a number of bytes",
-                                 printable(unguarded(typed_.leastSize))),
-                       "scan"});
-    }
-    options.filter.leastBytes = *bytes;
+    if (options.command != Command::scan) return {};
+    const auto bytes = leastSize();
+    if (!bytes) return std::unexpected(bytes.error());
+    options.filter.leastBytes = bytes->value_or(0);
     return {};
+}
+
+std::expected<std::optional<std::uint64_t>, UsageError> OptionSet::leastSize() const {
+    if (!given(typed_.leastSize, chosen()->get_option("--min-size"))) return std::nullopt;
+    const auto bytes = bytesFromText(unguarded(typed_.leastSize));
+    if (bytes) return bytes;
+    return std::unexpected(
+        UsageError{localized("--min-size: %@ is no size; write 100MB, 1.5GB, 500KB or a number of bytes",
+                             printable(unguarded(typed_.leastSize))),
+                   chosen()->get_name()});
+}
+
+std::expected<void, UsageError> OptionSet::readClean(Options& options) const {
+    if (options.command != Command::clean) return {};
+    const auto misused = [](const std::string& sentence) {
+        return std::unexpected(UsageError{sentence, "clean"});
+    };
+    const auto bytes = leastSize();
+    if (!bytes) return std::unexpected(bytes.error());
+    CleanWish& wish = options.clean;
+    wish = {.subjects = {},
+            .onlySafe = typed_.safe,
+            .includesReview = typed_.includeReview,
+            .leastDays = daysFromText(unguarded(typed_.leastAge)),
+            .leastBytes = *bytes,
+            .isRehearsal = typed_.dryRun,
+            .isConfirmed = typed_.yes,
+            .planFile = given(typed_.plan, chosen()->get_option("--plan"))};
+    for (const std::string& each : typed_.subjects) wish.subjects.push_back(unguarded(each));
+    if (given(typed_.leastAge, chosen()->get_option("--older-than")) && !wish.leastDays) {
+        return misused(
+            localized("--older-than: %@ is no age; write 30d or 8w", printable(unguarded(typed_.leastAge))));
+    }
+    if (wish.planFile && wish.planFile->empty()) return misused(localized("%@ needs a value", "--plan"));
+    if (wish.onlySafe && wish.includesReview)
+        return misused(localized("--safe and --include-review contradict each other"));
+    if (wish.isPlanCarriedOut() && options.choosesItems())
+        return misused(localized("the plan says what to clean, so nothing else can be chosen beside it"));
+    if (options.isJson && !wish.isConfirmed && !wish.isRehearsal)
+        return misused(localized("--json asks no question, so it needs --yes or --dry-run"));
+    return {};
+}
+
+std::expected<void, UsageError> OptionSet::readHistory(Options& options) const {
+    if (options.command != Command::history && options.command != Command::restore) return {};
+    options.subject = unguarded(typed_.cleanup);
+    if (options.command == Command::history) return {};
+    const CLI::App* restore = commandNamed("restore");
+    for (const std::string& each : restore->get_option("entry")->results())
+        options.restore.entries.push_back(unguarded(each));
+    options.restore.place = given(typed_.restorePlace, restore->get_option("--as"));
+    options.restore.isRehearsal = typed_.restoreRehearsal;
+    options.restore.isAgreed = typed_.restoreYes;
+    if (!options.isJson || typed_.restoreRehearsal || typed_.restoreYes) return {};
+    return std::unexpected(
+        UsageError{localized("restore asks a question; --json needs --yes or --dry-run"), "restore"});
+}
+
+std::expected<void, UsageError> OptionSet::readProjects(Options& options) const {
+    options.onlyDormant = typed_.dormant;
+    options.order = fromRawText<ProjectOrder>(unguarded(typed_.order)).value_or(ProjectOrder::size);
+    options.recovers = typed_.recover;
+    if (!options.recovers || !options.isJson) return {};
+    return std::unexpected(
+        UsageError{localized("--recover asks a question, so it does not go with --json"), "project"});
 }
 
 std::expected<void, UsageError> OptionSet::readSettings(Options& options) const {

@@ -48,10 +48,16 @@ class OptionSet {
   private:
     // As CLI11 fills them; Options is made of them once all are checked.
     struct Typed {
-        std::string home, language, only, leastSize, subject, settingName, shell, topic;
-        std::vector<std::string> settingTexts;
+        std::string home, language, only, leastSize, leastAge, plan, subject, order, settingName, shell,
+            topic;
+        std::vector<std::string> settingTexts, subjects;
+        std::string cleanup, restorePlace;
+        std::vector<std::string> restoreEntries;
+        bool restoreRehearsal = false, restoreYes = false;
         bool json = false, noColour = false, noProjects = false, timings = false, reset = false;
+        bool dormant = false, recover = false;
         bool safe = false, review = false, protected_ = false;
+        bool includeReview = false, dryRun = false, yes = false;
     };
 
     struct Choices {
@@ -65,6 +71,9 @@ class OptionSet {
     void defineGlobals();
     void defineScan();
     void defineInspection();
+    void defineClean();
+    void defineHistory();
+    void defineProjects();
     void defineSettings();
     void defineManual();
 
@@ -75,6 +84,10 @@ class OptionSet {
     Options general() const;  // what may be said with every command
     std::expected<Options, UsageError> understood() const;
     std::expected<void, UsageError> readScan(Options& options) const;
+    std::expected<void, UsageError> readClean(Options& options) const;
+    std::expected<std::optional<std::uint64_t>, UsageError> leastSize() const;
+    std::expected<void, UsageError> readHistory(Options& options) const;
+    std::expected<void, UsageError> readProjects(Options& options) const;
     std::expected<void, UsageError> readSettings(Options& options) const;
 
     CLI::App program_;

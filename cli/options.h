@@ -23,7 +23,51 @@ struct ItemFilter {
     }
 };
 
-enum class Command { help, scan, explain, modules, settings, doctor, completion, man, version };
+// What brindle clean is to take, and how.
+struct CleanWish {
+    std::vector<std::string> subjects;  // items or their paths, as typed
+    bool onlySafe = false;
+    bool includesReview = false;   // also those that are not named
+    std::optional<int> leastDays;  // since the newest change in the item
+    std::optional<std::uint64_t> leastBytes;
+    bool isRehearsal = false;
+    bool isConfirmed = false;
+    std::optional<std::string> planFile;  // written by a rehearsal, otherwise carried out
+
+    bool isPlanCarriedOut() const { return planFile && !isRehearsal; }
+};
+
+enum class ProjectOrder { size, age, name };
+
+template <>
+struct RawTexts<ProjectOrder> {
+    static constexpr std::array<std::string_view, 3> kTexts = {"size", "age", "name"};
+};
+
+// restore
+struct RestoreOptions {
+    std::vector<std::string> entries;  // numbers, items or paths; empty: all
+    std::optional<std::string> place;  // another path for the one thing
+    bool isRehearsal = false;
+    bool isAgreed = false;  // nobody need be asked
+};
+
+enum class Command {
+    help,
+    scan,
+    explain,
+    clean,
+    history,
+    restore,
+    projects,
+    project,
+    modules,
+    settings,
+    doctor,
+    completion,
+    man,
+    version
+};
 
 struct Options {
     Command command = Command::help;
@@ -41,7 +85,23 @@ struct Options {
     std::optional<ModuleID> only;
     ItemFilter filter;
 
-    std::string subject;  // explain: an item or a path
+    CleanWish clean;  // the module is `only`
+
+    // Something says which items are meant.
+    bool choosesItems() const {
+        return !clean.subjects.empty() || clean.onlySafe || clean.includesReview || clean.leastDays ||
+               clean.leastBytes || only;
+    }
+
+    std::string subject;  // explain: an item or a path; project: a path; history, restore: a cleanup
+
+    RestoreOptions restore;
+
+    // projects
+    bool onlyDormant = false;
+    ProjectOrder order = ProjectOrder::size;
+
+    bool recovers = false;  // project: take the next step that puts the work elsewhere
 
     // settings
     std::string settingName;  // empty: all of them

@@ -34,6 +34,11 @@ void Progress::moduleFinished(const ModuleResult& result) {
     bytes_ = addBytes(bytes_, result.totalBytes());
 }
 
+void Progress::changeTask(std::string task) {
+    const std::lock_guard guard(lock_);
+    plan_.task = std::move(task);
+}
+
 void Progress::finish() {
     {
         const std::lock_guard guard(lock_);
@@ -72,6 +77,7 @@ void Progress::erase() {
 std::string Progress::line() const {
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
     const std::string dot(plan_.glyphs.dot());
+    if (!plan_.task.empty()) return plan_.task + dot + ByteFormat::seconds(seconds);
     return localized("%@ of %@ modules", ByteFormat::count(static_cast<std::int64_t>(finished_)),
                      ByteFormat::count(static_cast<std::int64_t>(plan_.moduleCount))) +
            dot + localized("%@ found", ByteFormat::shortText(bytes_)) + dot + ByteFormat::seconds(seconds);

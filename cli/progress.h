@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <string>
 #include <thread>
 
 #include "cli/palette.h"
@@ -21,7 +22,8 @@ class Progress {
         std::size_t moduleCount = 0;
         CancellationTest isCancelled;
         Glyphs glyphs;
-        bool isWanted = true;  // false: a terminal that cannot erase a line
+        bool isWanted = true;   // false: a terminal that cannot erase a line
+        std::string task = {};  // what is being done, where no modules are counted
     };
 
     Progress(Streams& streams, Plan plan);
@@ -31,6 +33,9 @@ class Progress {
 
     // From any thread.
     void moduleFinished(const ModuleResult& result);
+
+    // From now on this is being done; from any thread.
+    void changeTask(std::string task);
 
     // The line is gone when this returns, and does not come back.
     void finish();

@@ -64,6 +64,12 @@ void showTimings(Streams& streams, const std::vector<StageTiming>& timings) {
 
 }  // namespace
 
+TaskProgress::TaskProgress(const CommandContext& context, std::string task)
+    : progress_(context.streams, {.isCancelled = context.surroundings.isInterrupted,
+                                  .glyphs = {.isUnicode = speaksUtf8(context.surroundings.environment)},
+                                  .isWanted = !isDumbTerminal(context.surroundings.environment),
+                                  .task = std::move(task)}) {}
+
 ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options) {
     const auto& environment = context.surroundings.environment;
     options.isCancelled = context.surroundings.isInterrupted;
@@ -87,7 +93,7 @@ ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options
 Outcome runScan(const CommandContext& context) {
     ScanOptions options;
     options.includeProjects = context.options.includesProjects;
-    options.only = context.options.only;
+    if (context.options.only) options.only = {*context.options.only};
     if (context.session.modulesToRun(options).empty()) {
         complain(context.streams,
                  localized("no module looks for anything: \"brindle modules\" lists those that there "

@@ -32,4 +32,15 @@ std::optional<unsigned> StandardStreams::messageTerminal() const {
     return columnsBehind(StandardStream::errors);
 }
 
+std::optional<std::string> StandardStreams::ask(std::string_view question) {
+    // A question that nobody sees is answered by nobody.
+    if (!isTerminal(StandardStream::input) || !isTerminal(StandardStream::errors)) return std::nullopt;
+    writeMessage(question);
+    auto line = readLine();
+    if (line && *line) return *std::move(line);
+    writeMessage("\n");   // no answer has ended the question's line
+    if (line) return "";  // who ends the input at a terminal declines
+    return std::nullopt;
+}
+
 }  // namespace brindle

@@ -3,6 +3,7 @@
 
 #include <expected>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "core/platform/error.h"
@@ -24,6 +25,10 @@ class Streams {
     // for the user may resize it, or put the program in the background, where its messages have none.
     virtual std::optional<unsigned> resultTerminal() const = 0;
     virtual std::optional<unsigned> messageTerminal() const = 0;
+
+    // Shows the question among the messages and waits for a line, which comes without its line feed. Absent when
+    // nobody can answer: the input or the messages lead to no terminal, or Ctrl-C came. Empty when the input ended.
+    virtual std::optional<std::string> ask(std::string_view question) = 0;
 };
 
 // The standard output and the standard errors of this process.
@@ -33,6 +38,7 @@ class StandardStreams : public Streams {
     void writeMessage(std::string_view bytes) override;
     std::optional<unsigned> resultTerminal() const override;
     std::optional<unsigned> messageTerminal() const override;
+    std::optional<std::string> ask(std::string_view question) override;
 };
 
 }  // namespace brindle

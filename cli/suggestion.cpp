@@ -31,11 +31,13 @@ std::size_t editDistance(std::string_view left, std::string_view right) {
 std::optional<std::string> closest(std::string_view typed, const std::vector<std::string>& known) {
     // Everything is near to what is very short.
     constexpr std::size_t kShortest = 3;
-    constexpr std::size_t kLongest = 64;
+    constexpr std::size_t kLongest = 256;
     if (typed.size() < kShortest || typed.size() > kLongest) return std::nullopt;
     if (std::ranges::find(known, typed) != known.end()) return std::nullopt;
     std::optional<std::string> best;
-    std::size_t least = std::max<std::size_t>(1, typed.size() / 3) + 1;
+    // Paths are long and much alike: there the last name says how much may be wrong.
+    const std::size_t decisive = typed.substr(typed.rfind('/') + 1).size();
+    std::size_t least = std::max<std::size_t>(1, decisive / 3) + 1;
     for (const std::string& each : known) {
         const std::size_t distance = editDistance(typed, each);
         if (distance >= least) continue;

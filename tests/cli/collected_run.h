@@ -15,7 +15,8 @@ namespace brindle::test {
 
 class CollectingStreams : public Streams {
   public:
-    std::optional<unsigned> terminal;  // columns of both streams
+    std::optional<unsigned> terminal;   // columns of both streams
+    std::optional<std::string> answer;  // to every question; absent: nobody is there
 
     std::expected<void, Error> writeResult(std::string_view bytes) override {
         result += bytes;
@@ -27,6 +28,10 @@ class CollectingStreams : public Streams {
     }
     std::optional<unsigned> resultTerminal() const override { return terminal; }
     std::optional<unsigned> messageTerminal() const override { return terminal; }
+    std::optional<std::string> ask(std::string_view question) override {
+        writeMessage(question);
+        return answer;
+    }
 
     std::string result;
     std::string messages;

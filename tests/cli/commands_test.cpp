@@ -77,8 +77,14 @@ TEST(ScanCommand, KeepsToTheWidthOfTheTerminal) {
     furnish(home);
     home.file("Library/Application Support/Cursor/CachedData/x");
     for (const unsigned width : {30U, 40U, 63U, 64U, 80U, 120U}) {
-        for (std::vector<std::string> command : std::vector<std::vector<std::string>>{
-                 {"scan"}, {"doctor"}, {"modules"}, {"settings"}, {"help"}, {"explain", "python.pip"}}) {
+        for (std::vector<std::string> command :
+             std::vector<std::vector<std::string>>{{"scan"},
+                                                   {"doctor"},
+                                                   {"modules"},
+                                                   {"projects"},
+                                                   {"settings"},
+                                                   {"help"},
+                                                   {"explain", "python.pip"}}) {
             command.emplace_back("--no-color");
             std::istringstream stream(runIn(home, command, {.terminal = width}).result);
             for (std::string line; std::getline(stream, line);) {

@@ -38,7 +38,7 @@ TEST(OptionSet, EveryOptionIsInHelpManualAndCompletions) {
     const OptionSet set;
     const std::string manual = manualOf(set);
     std::vector<const CLI::App*> apps = set.commands();
-    ASSERT_EQ(apps.size(), 8U);
+    ASSERT_EQ(apps.size(), 13U);
     apps.push_back(&set.program());
     for (const CLI::App* app : apps) {
         const std::string name = app == &set.program() ? "" : app->get_name();
@@ -94,6 +94,16 @@ TEST(OptionSet, UnderstandsGlobalOptionsBeforeAndAfterTheCommand) {
     }
 }
 
+TEST(OptionSet, UnderstandsTheOptionsOfProjects) {
+    const auto list = OptionSet().parse({"projects", "--dormant", "--sort", "age"});
+    ASSERT_TRUE(list) << list.error().sentence;
+    EXPECT_TRUE(list->command == Command::projects && list->onlyDormant && list->order == ProjectOrder::age);
+    const auto one = OptionSet().parse({"project", "--recover", "--", "-folder"});
+    ASSERT_TRUE(one) << one.error().sentence;
+    EXPECT_TRUE(one->command == Command::project && one->recovers && one->subject == "-folder");
+    EXPECT_EQ(OptionSet().parse({"scan", "--only", "projects"})->only, ModuleID::projects);
+}
+
 TEST(OptionSet, HandsSettingValuesOnUnchanged) {
     OptionSet set;
     const auto options = set.parse({"settings", "project-roots", "[a,b]", "", "scan", "--", "-x", "--json"});
@@ -118,6 +128,10 @@ TEST(OptionSet, SaysWhatItDidNotUnderstand) {
         {{"explain"}, "explain needs to be told what: ITEM|PATH is missing"},
         {{"settings", "--reset"}, "--reset needs the name of a setting"},
         {{"settings", "cadence", "daily", "--reset"}, "--reset takes no value"},
+        {{"project"}, "project needs to be told what: PATH is missing"},
+        {{"project", ".", "--json", "--recover"}, "--recover asks a question, so it does not go with --json"},
+        {{"projects", "--sort", "sise"}, "--sort: sise is none of size, age, name; did you mean size?"},
+        {{"projects", "there"}, "projects does not know what to do with there"},
         {{"completion", "tcsh"}, "tcsh is none of bash, zsh, fish"},
         {{"--json"}, "--json needs a command"},
     };

@@ -13,6 +13,7 @@
 #include <functional>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 #if defined(__APPLE__)
 #include <util.h>
@@ -22,6 +23,7 @@
 
 #include "cli/display_width.h"
 #include "cli/exit_code.h"
+#include "cli/streams.h"
 #include "tests/support/pseudo_terminal.h"
 #include "tests/support/test_home.h"
 
@@ -207,6 +209,31 @@ TEST(Program, EndsAtOnceOnCtrlCWithWhatItHas) {
     EXPECT_EQ(run.status, number(ExitCode::interrupted)) << run.output;
     EXPECT_NE(run.output.find("Interrupted: this is partial"), std::string::npos) << run.output;
     expectNoProgressLeft(run.output, 80);
+}
+
+TEST(StandardStreams, AskOnlyWhereSomebodyCanAnswer) {
+    if (!test::hasPseudoTerminals()) GTEST_SKIP() << test::kNeedsPseudoTerminals;
+    constexpr int kYes = 7;
+    constexpr int kNobody = 8;
+    constexpr int kNo = 9;
+    const std::tuple<const char*, bool, int> cases[] = {
+        {"yes\n", false, kYes}, {"\x04", false, kNo}, {"yes\n", true, kNobody}};
+    for (const auto& [typed, isUnseen, status] : cases) {
+        int terminal = -1;
+        const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == 0) {
+            if (isUnseen) ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+            const auto answer = StandardStreams().ask("Push? ");
+            ::_exit(!answer ? kNobody : *answer == "yes" ? kYes : kNo);
+        }
+        ASSERT_GT(::write(terminal, typed, std::string_view(typed).size()), 0);
+        const std::string output = outputOf(terminal);
+        int ended = 0;
+        ::waitpid(child, &ended, 0);
+        ::close(terminal);
+        EXPECT_EQ(WEXITSTATUS(ended), status) << output;
+        EXPECT_EQ(output.find("Push? ") == std::string::npos, isUnseen) << output;
+    }
 }
 
 }  // namespace brindle::test

@@ -1,0 +1,23 @@
+// The history of cleanups as a list, and one of them as a page.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/palette.h"
+#include "core/model/receipt.h"
+
+namespace brindle {
+
+struct HistorySetting {
+    std::string home;  // paths in it are written with "~", but for those in commands
+    Look look;
+};
+
+// Of all receipts, in their order. Looks whether what went to the Trash still lies there. Ends with a line feed.
+std::string historyList(const std::vector<Receipt>& receipts, const HistorySetting& setting);
+
+// `identity` is how the receipt is named in commands.
+std::string historyPage(const Receipt& receipt, const std::string& identity, const HistorySetting& setting);
+
+}  // namespace brindle

@@ -1,0 +1,347 @@
+// brindle clean on homes that the tests declare: what it takes, what it refuses, what it says, how it ends.
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <nlohmann/json.hpp>
+#include <tuple>
+
+#include "cli/answer.h"
+#include "cli/clean_page.h"
+#include "core/platform/file_status.h"
+#include "core/platform/files.h"
+#include "core/removal/cleanup_journal.h"
+#include "core/removal/history_store.h"
+#include "tests/cli/collected_run.h"
+
+namespace brindle::test {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kPip = "Library/Caches/pip";
+constexpr const char* kHub = ".cache/huggingface/hub";
+
+// Safe, to review, protected; none of them needs a tool that may not be there.
+void furnish(TestHome& home) {
+    home.file(std::string(kPip) + "/wheel", 300'000);
+    home.modified(std::string(kPip) + "/wheel", 1'000'000'000);
+    home.file(".cargo/registry/index", 50'000);
+    home.file(std::string(kHub) + "/model", 900'000);
+    home.file(".claude/projects/session", 70'000);
+}
+
+class AnsweringStreams : public CollectingStreams {
+  public:
+    std::deque<std::string> answers;  // nobody is there when they are used up
+
+    std::optional<std::string> ask(std::string_view question) override {
+        writeMessage(question);
+        if (answers.empty()) return std::nullopt;
+        std::string next = answers.front();
+        answers.pop_front();
+        return next;
+    }
+};
+
+CollectedRun answering(const TestHome& home, std::vector<std::string> arguments,
+                       std::deque<std::string> answers) {
+    AnsweringStreams streams;
+    streams.terminal = 100;
+    streams.answers = std::move(answers);
+    arguments.insert(arguments.begin(), {"--home", home.path(), "--no-color", "clean"});
+    const ExitCode code = runCommandLine({.arguments = std::move(arguments),
+                                          .environment = {"LANG=en_US.UTF-8", "TERM=dumb"},
+                                          .resourceFolder = resourcesFolder(),
+                                          .accountHome = home.path(),
+                                          .workingFolder = home.path()},
+                                         streams);
+    return {code, streams.result, streams.messages};
+}
+
+CollectedRun cleanIn(const TestHome& home, std::vector<std::string> arguments,
+                     const RunSettings& settings = {}) {
+    arguments.insert(arguments.begin(), "clean");
+    return runIn(home, std::move(arguments), settings);
+}
+
+bool isUntouched(const TestHome& home) {
+    return exists(home.path(std::string(kPip) + "/wheel")) && exists(home.path(".cargo/registry/index")) &&
+           exists(home.path(std::string(kHub) + "/model")) && exists(home.path(".claude/projects/session"));
+}
+
+CleanupItem itemWith(const std::string& id, ModuleID module, const DirectoryMeasurement& measurement) {
+    return CleanupItem({.id = id,
+                        .moduleID = module,
+                        .title = id,
+                        .detail = {},
+                        .measurement = measurement,
+                        .classification = Classification::safe,
+                        .explanation = {},
+                        .removal = {},
+                        .projectPath = {},
+                        .clears = {}});
+}
+
+using Ids = std::vector<std::string>;
+
+}  // namespace
+
+TEST(CleanCommand, TakesWhatIsChosenAndNothingElse) {
+    TestHome home;
+    furnish(home);
+    const std::tuple<std::vector<std::string>, Ids> cases[] = {
+        {{"--safe"}, {"python.pip", "rust.cargoRegistry"}},
+        {{"--min-size", "100KB"}, {"python.pip"}},
+        {{"--older-than", "30d"}, {"python.pip"}},
+        {{"--older-than", "4w", "--min-size", "1GB"}, {}},
+        {{"--module", "tools"}, {}},
+        {{"--module", "tools", "--include-review"}, {"tools.hf"}},
+        {{"--include-review", "--min-size", "100KB"}, {"python.pip", "tools.hf"}},
+        {{"tools.hf", "rust.cargoRegistry", "tools.hf"}, {"rust.cargoRegistry", "tools.hf"}},
+        {{"cargoReg"}, {"rust.cargoRegistry"}},
+        {{"~/.cache/huggingface/hub"}, {"tools.hf"}},
+        {{"./Library/Caches/pip/"}, {"python.pip"}},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        std::vector<std::string> all = arguments;
+        all.insert(all.end(), {"--dry-run", "--json"});
+        const CollectedRun run = cleanIn(home, all);
+        EXPECT_EQ(run.code, expected.empty() ? ExitCode::kNothingToDo : ExitCode::success) << run.messages;
+        Ids ids;
+        if (!expected.empty()) {
+            const json document = json::parse(run.result);
+            for (const json& entry : document["entries"]) ids.push_back(entry["itemID"]);
+        }
+        std::ranges::sort(ids);
+        EXPECT_EQ(ids, expected) << arguments.front();
+    }
+    EXPECT_TRUE(isUntouched(home));
+}
+
+TEST(CleanCommand, RefusesWhatIsUnclearUnsafeOrUnasked) {
+    TestHome home;
+    furnish(home);
+    home.text("notes.txt", "mine");
+    home.text("plan.json", "{\"version\": 1");
+    const std::tuple<std::vector<std::string>, ExitCode, std::string> cases[] = {
+        {{}, ExitCode::usage, "say what to clean"},
+        {{"--yes"}, ExitCode::usage, "say what to clean"},
+        {{"ai.claudeCodeSessions", "--yes"}, ExitCode::kSomeFailed, "classified protected: "},
+        {{"tools.hf", "--safe", "--yes"}, ExitCode::kSomeFailed, "it is judged \"review\""},
+        {{"python.pip", "--min-size", "1TB", "--yes"}, ExitCode::kSomeFailed, "smaller than 1.0 TB"},
+        {{"rust.cargoRegistry", "--older-than", "9d", "--yes"},
+         ExitCode::kSomeFailed,
+         "less than 9 days ago"},
+        {{"--module", "tools", "--yes"}, ExitCode::kNothingToDo, "1 item to review is left out."},
+        {{"--module", "go", "--yes"}, ExitCode::kNothingToDo, "there is nothing to clean"},
+        {{"--safe"}, ExitCode::failed, "no terminal on which to ask first"},
+        {{"python.pup", "--yes"}, ExitCode::notFound, "did you mean python.pip?"},
+        {{"python.pip", "nothing", "--yes"}, ExitCode::notFound, "found no item nothing"},
+        {{"o", "--yes"}, ExitCode::notFound, "this scan found no item o"},
+        {{".cache", "--yes"}, ExitCode::usage, "~/.cache is no item itself; it holds tools.hf"},
+        {{".cache/huggingface/hub/model", "--yes"}, ExitCode::usage, "a part of the item tools.hf"},
+        {{"--safe", "--include-review"}, ExitCode::usage, "contradict each other"},
+        {{"--older-than", "soon"}, ExitCode::usage, "soon is no age"},
+        {{"--older-than", "-3d"}, ExitCode::usage, "-3d"},
+        {{"--json", "--safe"}, ExitCode::usage, "it needs --yes or --dry-run"},
+        {{"--plan", "plan.json", "--safe"}, ExitCode::usage, "the plan says what to clean"},
+        {{"--plan", "nowhere.json", "--yes"}, ExitCode::failed, "could not read the plan"},
+        {{"--plan", "plan.json", "--yes"}, ExitCode::failed, "not JSON"},
+        {{"--safe", "--dry-run", "--plan", "notes.txt"}, ExitCode::failed, "what lies there is no plan"},
+        {{"--safe", "--dry-run", "--plan", "/dev/stdout/x"}, ExitCode::failed, "could not "},
+    };
+    for (const auto& [arguments, code, said] : cases) {
+        const CollectedRun run = cleanIn(home, arguments);
+        EXPECT_EQ(run.code, code) << said << " in\n" << run.messages;
+        expectAll({said}, run.result + run.messages);
+    }
+    EXPECT_TRUE(isUntouched(home));
+    EXPECT_EQ(readFile(home.path("notes.txt")), "mine");
+}
+
+TEST(CleanCommand, ShowsAsksAndTellsWhatCameOfIt) {
+    TestHome home;
+    furnish(home);
+    const std::vector<std::string> both = {"python.pip", "tools.hf"};
+    for (const std::string no : {"", "n", "yeah", "1"}) {
+        const CollectedRun run = answering(home, both, {no});
+        EXPECT_EQ(std::tuple(run.code, run.result), std::tuple(ExitCode::success, "Nothing was removed.\n"));
+        EXPECT_TRUE(isUntouched(home));
+    }
+    const CollectedRun run = answering(home, both, {"Yes"});
+    EXPECT_EQ(run.code, ExitCode::success) << run.result;
+    expectAll({"deleted outright:", "      " + home.path(kPip) + "\n",
+               "moved to the Trash:", "      " + home.path(kHub) + "\n", "comes back with: pip install",
+               " only after the Trash is emptied.", "Clean 2 items? [y/N] "},
+              run.messages);
+    expectAll({"deleted: ", "in the Trash: ", "Freed ", " lie in the Trash, and are free once it is emptied.",
+               " were free before, ", "2 items cleaned, 0 refused or failed. Recorded in History.\n"},
+              run.result);
+    EXPECT_FALSE(exists(home.path(kPip)));
+    EXPECT_FALSE(exists(home.path(kHub)));
+    const auto history = HistoryStore::ofHome(home.path()).loadChecked();
+    ASSERT_TRUE(history && history->size() == 1U);
+    const ReceiptEntry& trashed = history->front().entries.back();
+    EXPECT_EQ(trashed.method, RemovalMethod::trashed);
+    EXPECT_TRUE(exists(trashed.trashedPaths.value().front() + "/model"));
+}
+
+TEST(CleanCommand, LetsOnePickByNumber) {
+    TestHome home;
+    furnish(home);
+    const CollectedRun none = answering(home, {}, {"9", "all", "0-1"});
+    EXPECT_EQ(none.code, ExitCode::kNothingToDo);
+    expectAll(
+        {"1  ", "tools.hf", "2  ", "python.pip", "3  ", "rust.cargoRegistry", "all was not understood."},
+        none.messages);
+    EXPECT_FALSE(contains(none.messages, "claudeCode"));
+    EXPECT_EQ(answering(home, {}, {}).code, ExitCode::usage) << "nobody is there";
+    EXPECT_EQ(answering(home, {}, {"1-2", "no"}).code, ExitCode::success);
+    EXPECT_TRUE(isUntouched(home));
+    EXPECT_EQ(answering(home, {}, {"all safe", "y"}).code, ExitCode::success);
+    EXPECT_FALSE(exists(home.path(kPip)) || exists(home.path(".cargo/registry")));
+    EXPECT_TRUE(exists(home.path(kHub)));
+    EXPECT_EQ(answering(home, {"--yes"}, {"1"}).code, ExitCode::success) << "whoever picks it names it";
+    EXPECT_FALSE(exists(home.path(kHub)));
+}
+
+TEST(CleanCommand, UnderstandsNumbersAndRanges) {
+    using Numbers = std::optional<std::vector<std::size_t>>;
+    using List = std::vector<std::size_t>;
+    const std::tuple<std::string, Numbers> cases[] = {
+        {"1 3-5", List{1, 3, 4, 5}},
+        {"5,1", List{1, 5}},
+        {" 2-2 , 2", List{2}},
+        {"", List{}},
+        {"0", std::nullopt},
+        {"6", std::nullopt},
+        {"3-1", std::nullopt},
+        {"1-", std::nullopt},
+        {"-1", std::nullopt},
+        {"1-2-3", std::nullopt},
+        {"one", std::nullopt},
+        {"1x", std::nullopt},
+        {"99999999999999999999", std::nullopt},
+    };
+    for (const auto& [answer, expected] : cases) EXPECT_EQ(numbersIn(answer, 5), expected) << answer;
+}
+
+TEST(CleanCommand, StopsWhereItIsToldTo) {
+    TestHome home;
+    furnish(home);
+    const RunSettings atOnce{.isInterrupted = [] { return true; }};
+    EXPECT_EQ(cleanIn(home, {"--safe", "--yes"}, atOnce).code, ExitCode::interrupted);
+    EXPECT_TRUE(isUntouched(home));
+    const RunSettings afterTheFirst{.isInterrupted = [&] { return !exists(home.path(kPip)); }};
+    const CollectedRun run = cleanIn(home, {"python.pip", "tools.hf", "--yes"}, afterTheFirst);
+    EXPECT_EQ(run.code, ExitCode::interrupted);
+    expectAll(
+        {"The cleanup was cut short. 1 item was not begun.", "1 item cleaned, 0 refused or failed. Recorded"},
+        run.result);
+    EXPECT_TRUE(exists(home.path(kHub)));
+}
+
+TEST(CleanCommand, StartsOnlyWhenItCanBeRecordedAndIsAlone) {
+    TestHome home;
+    furnish(home);
+    const std::string directory = HistoryStore::ofHome(home.path()).directory();
+    {
+        const auto lock = FileLock::acquire(directory + "/cleanup.lock");
+        EXPECT_EQ(cleanIn(home, {"--safe", "--yes"}).code, ExitCode::kBusy);
+    }
+    const CleanupItem item = itemWith("python.pip", ModuleID::python, {});
+    ASSERT_TRUE(CleanupJournal::begin(directory, {.id = *Uuid::fresh(),
+                                                  .performedAt = std::chrono::system_clock::now(),
+                                                  .items = {plannedItem(item)}}));
+    EXPECT_TRUE(contains(runIn(home, {"modules"}).messages, "an earlier cleanup was interrupted"));
+    EXPECT_EQ(runIn(home, {"modules"}).messages, "") << "told once";
+    ASSERT_TRUE(writeFileAtomically(journalPath(directory), "broken\n"));
+    const CollectedRun other = runIn(home, {"modules"});
+    EXPECT_EQ(other.code, ExitCode::success);
+    EXPECT_TRUE(contains(other.messages, "could not be recorded"));
+    EXPECT_EQ(cleanIn(home, {"--safe", "--yes"}).code, ExitCode::kHistoryUnreadable);
+    ASSERT_TRUE(removeJournal(directory));
+    ASSERT_TRUE(writeFileAtomically(directory + "/history.json", "broken"));
+    const CollectedRun run = cleanIn(home, {"--safe", "--dry-run"});
+    EXPECT_EQ(run.code, ExitCode::kHistoryUnreadable);
+    EXPECT_EQ(run.messages, "brindle: History cannot be read; cleanup has not started.\n");
+    home.text(".config/brindle/preferences.json", "{ broken");
+    EXPECT_EQ(cleanIn(home, {"--safe", "--yes"}).code, ExitCode::failed);
+    EXPECT_TRUE(isUntouched(home));
+}
+
+TEST(CleanCommand, DoesExactlyWhatAPlanSays) {
+    TestHome home;
+    furnish(home);
+    const std::vector<std::string> writing = {"--include-review", "--dry-run", "--plan", "plan.json"};
+    const CollectedRun written = cleanIn(home, writing);
+    EXPECT_EQ(written.code, ExitCode::success) << written.messages;
+    expectAll({home.path(kPip), "would be deleted", "would go to the Trash", "3 items would go, 0 refused"},
+              written.result);
+    EXPECT_EQ(cleanIn(home, writing).code, ExitCode::success);
+    home.file(".cache/uv/later", 10'000);  // offered, but not planned
+    home.mode(".cargo/registry", 0711);
+    const CollectedRun run = cleanIn(home, {"--plan", "plan.json", "--yes", "--json"});
+    EXPECT_EQ(run.code, ExitCode::kSomeFailed) << run.messages;
+    const json document = json::parse(run.result);
+    EXPECT_EQ(document["entries"].size(), 2U);
+    EXPECT_EQ(document["isRecorded"], true);
+    EXPECT_EQ(document["bytesFreed"], document["trashedBytes"].get<std::uint64_t>() +
+                                          document["reclaimedBytes"].get<std::uint64_t>());
+    EXPECT_TRUE(document["availableBefore"].is_number());
+    EXPECT_EQ(document["leftAlone"][0]["itemID"], "rust.cargoRegistry");
+    EXPECT_TRUE(contains(document["leftAlone"][0]["reason"], "changed since the plan was made: "));
+    EXPECT_TRUE(exists(home.path(".cargo/registry/index")) && exists(home.path(".cache/uv/later")));
+    EXPECT_FALSE(exists(home.path(kPip)) || exists(home.path(kHub)));
+    TestHome other;
+    other.text("plan.json", *readFile(home.path("plan.json")));
+    EXPECT_TRUE(contains(cleanIn(other, {"--plan", "plan.json"}).messages, "not for this home"));
+}
+
+TEST(CleanPage, SaysWhyTheVolumeGainedSomethingElse) {
+    const CleanupItem item =
+        itemWith("docker.images", ModuleID::docker, {.allocatedBytes = 2'000'000'000, .hardLinkedBytes = 5});
+    const std::tuple<std::uint64_t, std::string, std::string> cases[] = {
+        {3'000'000'000, "The volume gained 2.0 GB", ""},
+        {2'999'000'000, "The volume gained 2.0 GB", ""},
+        {1'500'000'000, "The volume gained 500.0 MB",
+         "less than was freed. It may be that files with further names"},
+        {1'500'000'000, "500.0 MB", "gives its space back later; blocks that clones"},
+        {400'000'000, "The volume lost 600.0 MB", "other programs were writing meanwhile."},
+        {9'000'000'000, "The volume gained 8.0 GB", "more than was freed"},
+    };
+    for (const auto& [after, said, reason] : cases) {
+        CleanOutcome outcome;
+        outcome.receipt.entries = {plannedItem(item).entry};
+        outcome.before = VolumeCapacity{.name = {}, .availableBytes = 1'000'000'000};
+        outcome.after = VolumeCapacity{.name = {}, .availableBytes = after};
+        const std::string text = outcomeText({outcome, {item}, {}, true},
+                                             {.width = 1000, .palette = Palette(false), .glyphs = {}});
+        expectAll({said, reason, "0 refused or failed. History could not be saved."}, text);
+        EXPECT_EQ(contains(text, "That is "), !reason.empty()) << text;
+    }
+}
+
+TEST(ExplainCommand, TellsWhatTheSafetyGuardWouldSay) {
+    TestHome home;
+    furnish(home);
+    home.file(".ssh/id", 10);
+    home.file(".cache/unknown/x", 10);
+    home.file(std::string(kPip) + "/.env", 10);
+    const std::tuple<std::string, std::string> cases[] = {
+        {"rust.cargoRegistry", "would let it go now"},
+        {"python.pip", "would refuse it now: The directory contains protected data: .env."},
+        {"ai.claudeCodeSessions", "would refuse it now: classified protected"},
+        {".ssh", "would refuse it, too: contains .ssh, which is never removable"},
+        {".cache/unknown", "has nothing against the path; but"},
+        {"/usr", "would refuse it, too: outside the home folder"},
+    };
+    for (const auto& [subject, said] : cases) {
+        expectAll({said}, runIn(home, {"explain", subject}, {.terminal = 300}).result);
+        const json guard = json::parse(runIn(home, {"explain", subject, "--json"}).result)["guard"];
+        EXPECT_EQ(guard["isAllowed"], !contains(said, "would refuse")) << subject;
+    }
+}
+
+}  // namespace brindle::test

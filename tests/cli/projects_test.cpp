@@ -1,0 +1,391 @@
+// Projects as lines, as a page, and in the dialogue before one is pushed: from values that no disk has to hold.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <sstream>
+
+#include "cli/display_width.h"
+#include "cli/page_rows.h"
+#include "cli/project_list.h"
+#include "cli/project_page.h"
+#include "cli/recovery_dialogue.h"
+#include "cli/suggestion.h"
+#include "core/text/core_strings.h"
+#include "tests/cli/collected_run.h"
+#include "tests/support/sample_project.h"
+
+namespace brindle {
+
+namespace {
+
+using test::contains;
+using test::expectAll;
+using Confidence = ProjectSafety::Confidence;
+using Weight = SafetySignal::Weight;
+using Step = ProjectRecovery::Step;
+
+const TimePoint kNow{std::chrono::sys_days(std::chrono::year(2026) / 11 / 21)};
+
+// Last used so many days ago, in a home at /h; half of it generated.
+Project projectNamed(const std::string& name, std::uint64_t bytes, std::optional<int> days) {
+    Project project = test::lantern();
+    project.path = "/h/Projects/" + name;
+    project.name = name;
+    project.kinds = {ProjectKind::node};
+    if (days) project.lastUsed = kNow - std::chrono::days(*days);
+    project.measurement.allocatedBytes = bytes;
+    project.artifacts = {test::artifact(project.path + "/web/node_modules", bytes / 2,
+                                        ArtifactCategory::dependencies, "pnpm install")};
+    project.safety = {Confidence::certain, {{Weight::reassuring, "All is ignored"}}, test::repository()};
+    return project;
+}
+
+Look lookOf(unsigned columns) {
+    Look look;
+    look.width = columns;
+    return look;
+}
+
+ProjectListPage listOf(const std::vector<Project>& projects, unsigned columns) {
+    ProjectListPage page{.projects = {},
+                         .foundCount = projects.size(),
+                         .roots = {"Projects", "/srv/code"},
+                         .home = "/h",
+                         .now = kNow,
+                         .look = lookOf(columns)};
+    const OfferQuestion question{"/h", kNow, [](const CleanupItem& item) {
+                                     return contains(item.id, "held")
+                                                ? SafetyVerdict::refused("protected by you")
+                                                : SafetyVerdict::allowed();
+                                 }};
+    for (const Project& project : projects) page.projects.push_back({project, offerOf(project, question)});
+    return page;
+}
+
+std::vector<Project> manyProjects() {
+    Project blocked = projectNamed("blocked", 3'000'000, 200);
+    blocked.safety = {Confidence::risky, {{Weight::blocking, "Something wrote here"}}, test::repository()};
+    Project odd = projectNamed("odd\x1b[2J\xff", 2'000'000, std::nullopt);
+    odd.kinds.clear();
+    odd.measurement.unreadablePaths = {"/h/x"};
+    return {projectNamed("lantern", 9'000'000, 100),
+            projectNamed("young", 8'000'000, 40),
+            projectNamed("fresh", 7'000'000, 1),
+            projectNamed("coming", 0, -3),
+            projectNamed("held", 6'000'000, 100),
+            blocked,
+            odd};
+}
+
+void expectWidth(const std::string& text, unsigned columns) {
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) EXPECT_LE(displayWidth(line), columns) << line;
+}
+
+// Every line break and run of blanks is one blank.
+std::string unwrapped(const std::string& text) {
+    std::istringstream stream(text);
+    std::string plain;
+    for (std::string word; stream >> word;) plain += (plain.empty() ? "" : " ") + word;
+    return plain;
+}
+
+class ProjectTexts : public testing::Test {
+  protected:
+    void SetUp() override {
+        CoreStrings::setBundles(ResourceBundle(test::resourcesFolder(), "core", {}),
+                                ResourceBundle(test::resourcesFolder(), "cli", {}));
+    }
+};
+
+}  // namespace
+
+TEST(ProjectOrder, RanksBySizeAgeAndName) {
+    using Names = std::vector<std::string>;
+    const std::pair<ProjectOrder, Names> cases[] = {{ProjectOrder::size, {"beta", "Alpha", "twin", "twin2"}},
+                                                    {ProjectOrder::age, {"twin2", "beta", "twin", "Alpha"}},
+                                                    {ProjectOrder::name, {"Alpha", "beta", "twin", "twin2"}}};
+    for (const auto& [order, expected] : cases) {
+        std::vector<Project> projects = {projectNamed("twin2", 10, 9), projectNamed("twin", 10, 5),
+                                         projectNamed("Alpha", 20, std::nullopt),
+                                         projectNamed("beta", 30, 5)};
+        sortProjects(projects, order);
+        Names names;
+        for (const Project& project : projects) names.push_back(project.name);
+        EXPECT_EQ(names, expected);
+    }
+}
+
+TEST_F(ProjectTexts, ListSaysOfEachProjectWhatIsOfferedOrWhyNot) {
+    const std::vector<Project> projects = manyProjects();
+    const std::string wide = projectListText(listOf(projects, 80));
+    EXPECT_TRUE(contains(wide, "     9.0 MB       4.5 MB  lantern   ")) << wide;
+    EXPECT_TRUE(contains(wide, "\n" + std::string(26, ' ') + "~/Projects/lantern   ")) << wide;
+    expectWidth(projectListText(listOf(projects, 30)), 30);
+    for (const unsigned columns : {40U, 63U, 64U, 80U, 120U}) {
+        const std::string text = projectListText(listOf(projects, columns));
+        expectWidth(text, columns);
+        EXPECT_FALSE(contains(text, "\x1b"));
+        expectAll(
+            {"~/Projects/lantern", "last active 3 months ago", "offered now, as safe.",
+             "offered now, as review.", "Recent activity was detected yesterday.",
+             "Not offered: protected by you.", "Cleanup blocked by the evidence below - Something wrote here",
+             "last activity unknown", "detected in the future.", "odd\\x1B[2J\\xFF", ">= 2.0 MB",
+             ">= 35.0 MB in all 7 projects", "8.5 MB offered now 2 projects"},
+            unwrapped(text));
+        EXPECT_FALSE(contains(unwrapped(text), "Something wrote here Cleanup")) << "said twice";
+    }
+}
+
+TEST_F(ProjectTexts, SumsSayWhatTheyAreOf) {
+    std::vector<Project> projects = {projectNamed("a", 4'000'000, 100), projectNamed("b", 2'000'000, 100)};
+    ProjectListPage page = listOf(projects, 80);
+    EXPECT_FALSE(contains(projectListText(page), "hard links"));
+    page.foundCount = 3;
+    for (ListedProject& each : page.projects) each.project.measurement.hardLinkedBytes = 500'000;
+    expectAll({"6.0 MB listed", "up to 1.0 MB may be counted more than once"},
+              unwrapped(projectListText(page)));
+    const OfferQuestion disabled{"/h", kNow, [](const CleanupItem&) { return SafetyVerdict::allowed(); },
+                                 false};
+    EXPECT_EQ(offerText(offerOf(projects[0], disabled)), "Not offered: the settings leave projects out.");
+    Look unicode = lookOf(80);
+    unicode.glyphs.isUnicode = true;
+    EXPECT_EQ(paragraphText("a — b · c ×2", 0, unicode), "a — b · c ×2\n");
+    EXPECT_EQ(paragraphText("a — b · c ×2", 0, lookOf(80)), "a - b - c x2\n");
+}
+
+TEST_F(ProjectTexts, ListWithoutProjectsNamesTheFoldersThatWereSearched) {
+    ProjectListPage page = listOf({}, 80);
+    EXPECT_EQ(projectListText(page), "No projects were found below ~/Projects, /srv/code.\n");
+    page.unreachable = {{"/h/Projects/x", UnreachableLocation::Reason::permissionDenied, "Ask."}};
+    expectAll({"Not measured", "~/Projects/x"}, projectListText(page));
+    page.foundCount = 3;
+    expectAll({"None of the projects", "left alone for 90 days."}, unwrapped(projectListText(page)));
+    page.isInterrupted = true;
+    expectAll({"Nothing had been found yet.", "Interrupted"}, projectListText(page));
+    page = listOf({}, 80);
+    page.roots.clear();
+    expectAll({"brindle settings project-roots"}, projectListText(page));
+}
+
+TEST_F(ProjectTexts, PageTellsEverythingButCredentials) {
+    ProjectFacts facts{.project = projectNamed("lantern", 9'000'000, 100)};
+    Project& project = facts.project;
+    project.declaredName = "@me/lantern";
+    project.artifacts.push_back(
+        test::artifact(project.path + "/vendor", 5, ArtifactCategory::sourceAndHistory));
+    project.safety->signals.push_back({Weight::caution, "There are stashes"});
+    GitState& git = project.safety->git;
+    git.remoteURLs = {"https://example.org/lantern.git"};
+    git.modifiedFiles = 12;
+    git.mainWorktreePath = "/h/main";
+    git.worktrees.resize(2);
+    git.worktrees[0].path = "/h/my tree";
+    git.worktrees[0].inspectionComplete = true;
+    git.worktrees[1].prunableReason = "gitdir file points nowhere";
+    facts.related = {
+        {{"/h/old/lantern", "lantern", ProjectRelation::Basis::sharedRemote, "example.org/lantern"}}, 7};
+    facts.disposal = {ProjectDisposal::Verdict::onlyHere, "Only here", "Removing the folder loses much."};
+    facts.recovery = ProjectRecovery{Step::push, "lantern", "/h/my lantern", true};
+    facts.offer = {Classification::review, ""};
+    for (const unsigned columns : {40U, 80U, 200U}) {
+        const std::string page = projectPage(facts, {"/h", kNow, lookOf(columns)});
+        expectAll({"~/Projects/lantern",
+                   "@me/lantern",
+                   "3 months ago",
+                   "it is not proof that the project is closed.",
+                   "9.0 MB on disk",
+                   "4.5 MB of it rebuildable",
+                   "What speaks for it - All is ignored",
+                   "Concerns - There are stashes",
+                   "offered now, as review",
+                   "web/node_modules 4.5 MB - dependencies",
+                   "comes back with: pnpm install",
+                   "kept: it holds a repository, keys or environment files",
+                   "Modified files 12",
+                   "https://example.org/lantern.git",
+                   "Main checkout ~/main",
+                   "2 worktrees that depend on this folder",
+                   "git worktree remove '/h/my tree'",
+                   "git reports this entry as prunable: gitdir file points nowhere",
+                   "git worktree prune",
+                   "Looks like the same work",
+                   "Same repository",
+                   "and 7 more",
+                   "A resemblance never changes what can be removed.",
+                   "Removing the folder loses much.",
+                   ".env, are on no remote.",
+                   "Brindle never removes project folders.",
+                   "git -C '/h/my lantern' push -u origin --all",
+                   "brindle project '/h/my lantern' --recover"},
+                  unwrapped(page));
+        EXPECT_TRUE(contains(page, "\n    git -C '/h/my lantern' push -u origin --all\n"))
+            << "not to be broken";
+    }
+}
+
+TEST_F(ProjectTexts, PageClaimsNothingThatNobodyKnows) {
+    ProjectFacts facts{.project = projectNamed("lantern", 100, std::nullopt)};
+    facts.project.safety->git.inspectionComplete = false;
+    facts.offer.reasonNotOffered = "No scan comes upon it.";
+    facts.recovery = ProjectRecovery{Step::initialise, "lantern", "/h/lantern"};
+    const std::string page = unwrapped(projectPage(facts, {"/h", kNow, lookOf(80)}));
+    expectAll({"In-use status is unknown.", "no number here is a claim", "Cleanup No scan comes upon it.",
+               "Copy the command and run it yourself."},
+              page);
+    EXPECT_FALSE(contains(page, "--recover"));
+    EXPECT_FALSE(contains(page, "Interrupted"));
+    facts.isInterrupted = true;
+    facts.project.measurement.otherVolumePaths = {"/h/Projects/lantern/disk"};
+    facts.unreachable = {
+        {"/h/Projects/lantern/disk", UnreachableLocation::Reason::differentVolume, "Look there."}};
+    expectAll({"at least 50 B of it rebuildable", "at least 50 B of it kept",
+               "Not measured on another volume ~/Projects/lantern/disk", "Interrupted: this is partial"},
+              unwrapped(projectPage(facts, {"/h", kNow, lookOf(80)})));
+    facts.project.safety.reset();
+    expectAll({"Brindle has not judged this project."}, projectPage(facts, {"/h", kNow, lookOf(80)}));
+}
+
+TEST_F(ProjectTexts, NothingIsPushedWithoutAYes) {
+    struct Case {
+        std::optional<ProjectRecovery> step;
+        std::optional<std::string> answer;
+        bool isRun = false;
+        ExitCode code = ExitCode::success;
+        std::string said;
+    };
+    const ProjectRecovery publish{Step::publish, "lantern", "/h/lantern"};
+    const ProjectRecovery push{Step::push, "lantern", "/h/lantern", true};
+    const Case cases[] = {
+        {publish, "y", true, ExitCode::success, "Create a private repository and push this project? [y/N] "},
+        {publish, " YES ", true, ExitCode::success,
+         "    gh repo create lantern --private --source=/h/lantern --push\n"},
+        {push, "yes", true, ExitCode::success, "Push this project? [y/N] "},
+        {push, "", false, ExitCode::success, "Nothing was run."},
+        {push, "yep", false, ExitCode::success, "    git -C /h/lantern push -u origin --all\n"},
+        {push, std::nullopt, false, ExitCode::failed, "no terminal on which to ask"},
+        {ProjectRecovery{Step::push, "lantern", "/h/lantern"}, "y", false, ExitCode::failed,
+         "remote add origin '<url>'\n"},
+        {ProjectRecovery{Step::commit, "lantern", "/h/lantern"}, "y", false, ExitCode::failed,
+         "Brindle does not run this step. Copy the command and run it yourself."},
+        {ProjectRecovery{Step::push, "a\nb", "/h/a\nb", true}, "y", false, ExitCode::failed,
+         "cannot be shown"},
+        {std::nullopt, "y", false, ExitCode::success, "everything is committed and on a remote"},
+    };
+    const Project project = projectNamed("lantern", 100, 1);
+    for (const Case& each : cases) {
+        bool isRun = false;
+        test::CollectingStreams streams;
+        streams.answer = each.answer;
+        const RecoveryTask task{project, each.step,
+                                [&]() -> std::expected<std::string, RecoveryFailure> {
+                                    isRun = true;
+                                    return "To example.org\n\x1b[2Jdone";
+                                },
+                                [] { return false; }};
+        const Outcome outcome = recoverAfterAsking(task, streams, lookOf(200));
+        EXPECT_EQ(outcome.code, each.code) << each.said;
+        EXPECT_EQ(isRun, each.isRun) << each.said;
+        expectAll({each.said}, streams.messages + outcome.result);
+        if (isRun) expectAll({"To example.org\n\\x1B[2Jdone\n"}, outcome.result);
+    }
+}
+
+TEST_F(ProjectTexts, RecoveryTellsOfFailuresAndOfWhatItCouldNotRead) {
+    Project project = projectNamed("lantern", 100, 1);
+    bool isInterrupted = false;
+    RecoveryTask task{
+        project, ProjectRecovery{Step::push, "lantern", "/h/lantern", true},
+        []() -> std::expected<std::string, RecoveryFailure> {
+            return std::unexpected(RecoveryFailure{RecoveryFailure::Kind::failed, "fatal: \x1b[2J\nno"});
+        },
+        [&] { return isInterrupted; }};
+    test::CollectingStreams streams;
+    streams.answer = "y";
+    EXPECT_EQ(recoverAfterAsking(task, streams, {}).code, ExitCode::failed);
+    expectAll({"The command failed.", "fatal: \\x1B[2J\nno\n"}, streams.messages);
+    task.step->addresses = {"ssh://example.org/x"};
+    task.stepNow = [] { return std::nullopt; };
+    EXPECT_EQ(recoverAfterAsking(task, streams, {}).code, ExitCode::failed);
+    expectAll({"It goes to: ssh://example.org/x\nThe repository's own hooks", "so nothing was run"},
+              streams.messages);
+    task.stepNow = {};
+    isInterrupted = true;
+    EXPECT_EQ(recoverAfterAsking(task, streams, {}).code, ExitCode::interrupted);
+    isInterrupted = false;
+    task.step.reset();
+    project.safety->git.worktrees.resize(1);
+    project.safety->git.worktrees[0].modifiedFiles = 1;
+    EXPECT_TRUE(recoverAfterAsking(task, streams, {}).result.starts_with("Brindle knows no step"));
+    project.safety->git.repositoriesWithWork = {"/h/in it"};
+    expectAll({"brindle project '/h/in it' --recover"},
+              recoverAfterAsking(task, streams, lookOf(200)).result);
+    project.safety->git.inspectionComplete = false;
+    EXPECT_EQ(recoverAfterAsking(task, streams, {}).code, ExitCode::failed);
+}
+
+TEST(ProjectCommand, SaysWhyAPathIsNoProject) {
+    test::TestHome home;
+    const std::tuple<std::string, ExitCode, std::string> cases[] = {
+        {"~/nowhere", ExitCode::notFound, "nothing lies at ~/nowhere"},
+        {"~", ExitCode::failed, "is your home folder or lies above it"},
+        {"..", ExitCode::failed, "is your home folder or lies above it"},
+    };
+    for (const auto& [path, code, said] : cases) {
+        const test::CollectedRun run = test::runIn(home, {"project", path});
+        EXPECT_EQ(run.code, code) << path;
+        expectAll({said}, run.messages);
+    }
+    const test::CollectedRun none = test::runIn(home, {"projects"});
+    expectAll({"No projects were found below ~/Projects, "}, none.result);
+    EXPECT_TRUE(contains(test::runIn(home, {"projects", "--json"}).result, "\"projects\": []"));
+    EXPECT_TRUE(contains(test::runIn(home, {"modules"}).result, "projects   Dormant projects"));
+}
+
+TEST(ProjectCommand, PointsToTheProjectThatIsMeant) {
+    test::TestHome home;
+    for (const char* each : {"lantern", "lantern/packages/ui", "lantern-copy"})
+        home.text("Projects/" + std::string(each) + "/package.json", "{}");
+    home.folder("Projects/lantern/src");
+    const std::string command = "brindle project " + home.path("Projects/lantern") + "\n";
+    for (const std::string inner : {"src", "packages/ui", "package.json"}) {
+        const auto run = test::runIn(home, {"project", "--recover", "~/Projects/lantern/" + inner});
+        EXPECT_EQ(run.code, ExitCode::notFound);
+        expectAll({"/" + inner + " lies inside the project ~/Projects/lantern: " + command}, run.messages);
+        EXPECT_EQ(run.result, "");
+    }
+    const auto above = test::runIn(home, {"project", "~/Projects"});
+    EXPECT_EQ(above.code, ExitCode::notFound);
+    expectAll({"is no project itself. These lie inside it:\n    " + command, "/lantern-copy\n"},
+              above.messages);
+    const auto json = test::runIn(home, {"project", "~/Projects/lantern/src", "--json"});
+    EXPECT_TRUE(contains(json.result, "\"enclosingProject\": \"" + home.path("Projects/lantern") + "\""));
+
+    const auto itself = test::runIn(home, {"project", "~/Projects/lantern"});
+    EXPECT_EQ(itself.code, ExitCode::success);
+    expectAll({"~/Projects/lantern-copy", "lantern-copy is named like a copy of this one"}, itself.result);
+    home.text("Projects/lantern/packages/ui/.git/HEAD", "");
+    expectAll({"A scan does not list it by itself"},
+              unwrapped(test::runIn(home, {"project", "~/Projects/lantern/packages/ui"}).result));
+    expectAll({"this scan found no item projects./"},
+              test::runIn(home, {"explain", "projects." + home.path("Projects/lanternn")}).messages);
+    const std::string name = "projects./h/Projects/one/lantern";
+    EXPECT_EQ(closest(name + "n", {"projects./h/Projects/one/lamp", name}), name);
+    EXPECT_EQ(closest(name, {"projects./h/Projects/one/other"}), std::nullopt);
+}
+
+TEST(ProjectCommand, SaysThatItWasInterrupted) {
+    test::TestHome home;
+    home.text("Projects/lantern/package.json", "{}");
+    bool isSaid = false;
+    for (int most = 1; !isSaid && most < 500; ++most) {
+        std::atomic<int> polls = 0;
+        const auto run = test::runIn(home, {"project", "~/Projects/lantern", "--json"},
+                                     {.isInterrupted = [&] { return ++polls > most; }});
+        isSaid = run.code == ExitCode::interrupted && contains(run.result, "\"isPartial\": true");
+        EXPECT_TRUE(isSaid || run.result.empty()) << "a whole one, or none";
+    }
+    EXPECT_TRUE(isSaid);
+}
+
+}  // namespace brindle
