@@ -36,9 +36,17 @@ TIME, FIND, DU = (gnu_tool(name) for name in ("time", "find", "du"))
 DU_UNIT = 1 if DU else 1024
 
 
+def du_of(path):
+    return [DU, "-s", "-B1", path] if DU else ["du", "-s", "-k", path]
+
+
+def du_bytes(text):
+    return sum(int(line.split()[0]) * DU_UNIT for line in text.splitlines())
+
+
 def programs(brindle, home, tree):
     """Name -> command line; du comes first because the others are compared with it."""
-    found = {"du": [DU, "-s", "-B1", tree] if DU else ["du", "-s", "-k", tree]}
+    found = {"du": du_of(tree)}
     if shutil.which("gdu"):
         found["gdu"] = ["gdu", "-n", "-p", "-c", "-s", "--no-prefix", tree]
     found["brindle"] = [brindle, "scan", "--home", home, "--only", "rust", "--no-projects", "--json"]
@@ -63,7 +71,7 @@ def run(command):
 def total_bytes(name, text):
     """What the program says the tree occupies; absent where it cannot be told to the byte."""
     if name == "du":
-        return int(text.split()[0]) * DU_UNIT
+        return du_bytes(text)
     if name == "gdu":
         found = re.search(r"\d+", text)
         return int(found.group()) if found else None
@@ -111,7 +119,8 @@ class Row:
         self.total = None
 
 
-def measure(commands, rounds, is_cold):
+def measure(commands, rounds, is_cold, total_of=total_bytes):
+    """A row for each program; `total_of` reads a total from a program's name and output."""
     rows = {name: Row() for name in commands}
     if not is_cold:
         for command in commands.values():
@@ -123,7 +132,7 @@ def measure(commands, rounds, is_cold):
             seconds, peak, text = run(command)
             rows[name].seconds.append(seconds)
             rows[name].peak = max(rows[name].peak, peak)
-            rows[name].total = total_bytes(name, text)
+            rows[name].total = total_of(name, text)
     return rows
 
 
@@ -140,34 +149,40 @@ def report(tree_name, kind, rows, calls, entries):
     return wrong
 
 
-def main(arguments):
-    parser = argparse.ArgumentParser(prog="dev bench measure", description=__doc__)
+def parsed(arguments, bench, description, tree_names):
+    """What every bench on trees is told, and whether the machine has what it needs."""
+    parser = argparse.ArgumentParser(prog=f"dev bench {bench}", description=description)
     parser.add_argument("--brindle", required=True, help="the program to measure")
     parser.add_argument("--folder", required=True, help="where the trees lie")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--cold", action="store_true", help="also with the system's caches dropped (as root)")
     parser.add_argument("--no-calls", action="store_true", help="do not count system calls")
     parser.add_argument("--small", action="store_true", help="small trees: whether it works, not how fast")
-    parser.add_argument("trees", nargs="*", help=f"of {', '.join(trees.TREES)}; all without")
+    parser.add_argument("trees", nargs="*", help=f"of {', '.join(tree_names)}; all without")
     options = parser.parse_args(arguments)
-    if unknown := set(options.trees) - set(trees.TREES):
+    if unknown := set(options.trees) - set(tree_names):
         parser.error(f"no such tree: {', '.join(sorted(unknown))}")
     if options.cold and not os.access("/proc/sys/vm/drop_caches", os.W_OK):
         parser.error("--cold needs to write /proc/sys/vm/drop_caches: run it as root")
-
     for tool, path in (("time", TIME), ("find", FIND)):
         if not path:
             sys.exit(f"bench: needs GNU {tool}, which this machine lacks")
+    options.trees = options.trees or list(tree_names)
+    options.counts_calls = not options.no_calls and shutil.which("strace")
+    return options
 
+
+def main(arguments):
+    options = parsed(arguments, "measure", __doc__, trees.TREES)
     print("| tree | caches | program | seconds | over du | peak MiB | calls an entry | status calls | total |")
     print("|---|---|---|--:|--:|--:|--:|--:|---|")
     wrong = False
-    for name in options.trees or trees.TREES:
+    for name in options.trees:
         home, tree = trees.prepare(options.folder, name, options.small)
         commands = programs(options.brindle, home, tree)
         entries = entries_of(tree)
-        counted = not options.no_calls and shutil.which("strace")
-        calls = {program: system_calls(command) for program, command in commands.items()} if counted else {}
+        counted = commands if options.counts_calls else {}
+        calls = {program: system_calls(command) for program, command in counted.items()}
         wrong |= report(name, "warm", measure(commands, options.rounds, False), calls, entries)
         if options.cold:
             wrong |= report(name, "cold", measure(commands, min(options.rounds, 3), True), {}, entries)

@@ -5,7 +5,11 @@ import os
 import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-BENCHES = {"measure": "a scan's walk beside du and gdu: wall time, memory, system calls"}
+BENCHES = {
+    "measure": "a scan's walk beside du and gdu: wall time, memory, system calls",
+    "projects": "finding and measuring projects beside the bare walk and find with du; Git's share of it",
+    "remove": "a whole cleanup of a tree beside rm -rf, on disk and in memory",
+}
 
 
 def main(arguments):
