@@ -197,7 +197,8 @@ Outcome nothingChosen(const CommandContext& context, const Task& task) {
     if (task.leftAlone.empty())
         return refusal(context, ExitCode::kNothingToDo, localized("there is nothing to clean"));
     say(context, leftAloneText(task.leftAlone, messageLook(context)));
-    return refusal(context, ExitCode::kSomeFailed, localized("nothing was removed"));
+    complain(context.streams, localized("nothing was removed"));
+    return {ExitCode::kSomeFailed, context.options.isJson ? nothingDoneJson(task.leftAlone) : ""};
 }
 
 Outcome clean(const CommandContext& context, const Task& task) {

@@ -67,14 +67,23 @@ std::string itemIntent(const CleanupItem& item, const Look& look) {
 std::string sumText(const std::vector<CleanupItem>& items, const Look& look) {
     std::uint64_t now = 0;
     std::uint64_t later = 0;
+    std::uint64_t linked = 0;
     for (const CleanupItem& item : items) {
         std::uint64_t& sum = methodFor(item) == RemovalMethod::trashed ? later : now;
         sum = addBytes(sum, item.bytes());
+        linked = addBytes(linked, item.measurement.hardLinkedBytes);
     }
     std::string text = localized("%@ in all: %@ free at once", ByteFormat::shortText(addBytes(now, later)),
                                  ByteFormat::shortText(now));
     if (later > 0) text += localized(", %@ only after the Trash is emptied", ByteFormat::shortText(later));
-    return paragraphText(text + ".", 0, look);
+    text += ".";
+    if (linked > 0) {
+        text +=
+            " " +
+            localized("%@ of it have further names (hard links): where one lies elsewhere, less is freed.",
+                      ByteFormat::shortText(linked));
+    }
+    return paragraphText(text, 0, look);
 }
 
 // --- after ---
@@ -189,6 +198,13 @@ std::string summaryText(const CleanOutcome& outcome) {
                                : localized(" refused or failed. History could not be saved."));
 }
 
+Json leftAloneJson(const std::vector<ItemLeftAlone>& items) {
+    Json list = Json::array();
+    for (const ItemLeftAlone& each : items)
+        list.push_back({{"itemID", jsonText(each.id)}, {"reason", jsonText(each.reason)}});
+    return list;
+}
+
 Json availableOf(const std::optional<VolumeCapacity>& volume) {
     return volume ? Json(volume->availableBytes) : Json(nullptr);
 }
@@ -265,9 +281,13 @@ std::string outcomeJson(const CleanResult& result) {
     json["availableAfter"] = availableOf(result.outcome.after);
     json["isRecorded"] = result.outcome.isRecorded;
     json["isInterrupted"] = result.outcome.isInterrupted;
-    json["leftAlone"] = Json::array();
-    for (const ItemLeftAlone& each : result.leftAlone)
-        json["leftAlone"].push_back({{"itemID", jsonText(each.id)}, {"reason", jsonText(each.reason)}});
+    json["leftAlone"] = leftAloneJson(result.leftAlone);
+    return json.dump(2) + "\n";
+}
+
+std::string nothingDoneJson(const std::vector<ItemLeftAlone>& leftAlone) {
+    const Json json{
+        {"schemaVersion", 1}, {"entries", Json::array()}, {"leftAlone", leftAloneJson(leftAlone)}};
     return json.dump(2) + "\n";
 }
 

@@ -39,6 +39,9 @@ std::string outcomeText(const CleanResult& result, const Look& look);
 
 std::string outcomeJson(const CleanResult& result);
 
+// Everything asked for was left alone, so there is no receipt.
+std::string nothingDoneJson(const std::vector<ItemLeftAlone>& leftAlone);
+
 // Everything that was asked for has gone.
 bool isAllDone(const CleanResult& result);
 

@@ -27,6 +27,15 @@ std::string receiptDate(const Receipt& receipt) {
     return minuteText(std::chrono::floor<std::chrono::seconds>(receipt.performedAt)).value_or("");
 }
 
+// Nothing that went there was put back or emptied out since.
+bool allLiesInTrash(const Receipt& receipt) {
+    return std::ranges::all_of(receipt.entries, [](const ReceiptEntry& entry) {
+        const auto places = placesInTrash(entry);
+        return entry.method != RemovalMethod::trashed ||
+               (!places.empty() && std::ranges::all_of(places, isThere));
+    });
+}
+
 // Something of it lies in the Trash, and where it was is known.
 bool canBePutBack(const Receipt& receipt) {
     return std::ranges::any_of(receipt.entries, [](const ReceiptEntry& entry) {
@@ -124,6 +133,10 @@ std::string sumsText(const Receipt& receipt) {
     if (receipt.wasDryRun) return localized("A rehearsal: nothing was removed.");
     const std::string freed = ByteFormat::shortText(receipt.reclaimedBytes());
     if (receipt.trashedBytes() == 0) return localized("%@ freed.", freed);
+    // The places below tell which were put back, and which are gone for good.
+    if (!allLiesInTrash(receipt))
+        return localized("%@ freed, %@ moved to the Trash.", freed,
+                         ByteFormat::shortText(receipt.trashedBytes()));
     return localized("%@ freed, %@ moved to the Trash: free once it is emptied.", freed,
                      ByteFormat::shortText(receipt.trashedBytes()));
 }

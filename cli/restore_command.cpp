@@ -1,13 +1,13 @@
 // brindle restore
 #include <algorithm>
 
+#include "cli/answer.h"
 #include "cli/command.h"
 #include "cli/item_lookup.h"
 #include "cli/page_rows.h"
 #include "cli/receipt_lookup.h"
 #include "cli/unreachable_view.h"
 #include "core/model/model_json.h"
-#include "core/text/ascii.h"
 #include "core/text/core_strings.h"
 #include "core/text/printable.h"
 #include "core/text/shell_word.h"
@@ -138,11 +138,6 @@ Outcome told(const RestoreTask& task, const Restored& restored, bool isDryRun) {
     if (restored->isInterrupted) complain(context.streams, localized("interrupted; the rest was left alone"));
     return {codeOf(*restored),
             context.options.isJson ? jsonOf(*restored, isDryRun) : textOf(*restored, isDryRun, task)};
-}
-
-bool isYes(std::string_view answer) {
-    const std::string word = lowerCase(trimmed(answer));
-    return word == "y" || word == "yes";
 }
 
 // What would happen is found out by a rehearsal, so nothing is asked about that cannot be done.

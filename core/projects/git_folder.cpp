@@ -27,9 +27,12 @@ bool isSameFolder(const std::string& left, const std::string& right) {
 }
 
 bool GitFolder::open() {
-    isComplete_ = areGitFilesReasonable(folder_, folder_ + "/.git") && openConfiguration() &&
-                  openRepository() && areGitFilesReasonable(folder_, commonFolder_) &&
-                  areGitFilesReasonable(folder_, gitFolder_);
+    const std::string usual = folder_ + "/.git";
+    const auto isReasonable = [&](const std::string& gitFolder) {
+        return gitFolder == usual || areGitFilesReasonable(folder_, gitFolder);
+    };
+    isComplete_ = areGitFilesReasonable(folder_, usual) && openConfiguration() && openRepository() &&
+                  isReasonable(commonFolder_) && isReasonable(gitFolder_);
     return isComplete_;
 }
 

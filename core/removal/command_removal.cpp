@@ -54,6 +54,12 @@ std::string failureNote(const ProcessResult& result) {
     return localized("Command exited with status %@. %@", std::to_string(result.status), reason);
 }
 
+// It ran for a while.
+bool wasStopped(const ProcessError& error) {
+    using Kind = ProcessError::Kind;
+    return error.kind == Kind::timedOut || error.kind == Kind::cancelled || error.kind == Kind::tooMuchOutput;
+}
+
 constexpr std::chrono::seconds kQuestionTimeout{30};
 
 // What makes a tool print the folder that its approved command cleans; absent where none does.
@@ -116,6 +122,8 @@ ReceiptEntry CommandRemoval::run(const CleanupItem& item, bool isRehearsal,
         entry.note = result ? failureNote(*result) : result.error().errorDescription();
     }
     fail(entry, command, before);
+    if (!before && !result && wasStopped(result.error()))
+        entry.note = *entry.note + " " + localized("It may have removed something.");
     return entry;
 }
 

@@ -166,6 +166,8 @@ std::optional<PutBackResult> PutBack::obstacle(const PlaceInTrash& place, const 
                       localized("Where %@ was is not recorded. Name a place for it.", printable(place.path)));
     }
     if (!isThing(*now, *place.thing)) return replaced(place, target);
+    if (isBelow(target, place.path))
+        return failed(place, target, localized("%@ cannot be put into itself.", printable(place.path)));
     const auto there = statusOf(target);
     if (there) return occupied(place, target);
     if (there.error().kind != Error::Kind::missing) return failed(place, target, there.error().describe());
