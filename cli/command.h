@@ -36,6 +36,7 @@ Outcome runHistory(const CommandContext& context);
 Outcome runRestore(const CommandContext& context);
 Outcome runProjects(const CommandContext& context);
 Outcome runProject(const CommandContext& context);
+Outcome runDisk(const CommandContext& context);
 Outcome runModules(const CommandContext& context);
 Outcome runSettings(const CommandContext& context);
 Outcome runDoctor(const CommandContext& context);

@@ -70,6 +70,7 @@ std::optional<Outcome> runManual(const Options& options, const OptionSet& set, c
         case Command::restore:
         case Command::projects:
         case Command::project:
+        case Command::disk:
         case Command::modules:
         case Command::settings:
         case Command::doctor:
@@ -94,6 +95,8 @@ Outcome runOnHome(const CommandContext& context) {
             return runProjects(context);
         case Command::project:
             return runProject(context);
+        case Command::disk:
+            return runDisk(context);
         case Command::modules:
             return runModules(context);
         case Command::settings:

@@ -19,25 +19,23 @@ namespace {
 
 constexpr std::string_view kAbout =
     "Finds the storage that developer tools quietly fill, says what each pile of it is and how it comes "
-    "back. "
     "back, and removes what you choose. \"brindle clean\" asks first, and what it did stands in the history, "
-    "from which "
-    "\"brindle restore\" puts back what lies in the Trash; \"brindle project PATH --recover\" pushes a "
-    "project's commits, "
-    "after asking.";
+    "from which \"brindle restore\" puts back what lies in the Trash; \"brindle project PATH --recover\" "
+    "pushes a project's commits, after asking.";
 
 struct NamedCommand {
     std::string_view name;
     Command command;
 };
 
-constexpr std::array<NamedCommand, 13> kCommands = {{{"scan", Command::scan},
+constexpr std::array<NamedCommand, 14> kCommands = {{{"scan", Command::scan},
                                                      {"explain", Command::explain},
                                                      {"clean", Command::clean},
                                                      {"history", Command::history},
                                                      {"restore", Command::restore},
                                                      {"projects", Command::projects},
                                                      {"project", Command::project},
+                                                     {"disk", Command::disk},
                                                      {"modules", Command::modules},
                                                      {"settings", Command::settings},
                                                      {"doctor", Command::doctor},
@@ -190,6 +188,9 @@ void OptionSet::defineInspection() {
     explain.add_option("item", typed_.subject, "an item's name as the report shows it, or a path")
         ->type_name("ITEM|PATH")
         ->required();
+    command("disk", "show the whole volume, how its free space develops, and when it will be low",
+            {{"brindle disk", "a bar, a line and a forecast"},
+             {"brindle disk --json | jq .daysUntilLowSpace", "for a script"}});
     command("modules", "list the modules and whether there is something for them on this machine",
             {{"brindle modules", "all of them"}});
     command("doctor", "show what stands in the way of a full scan",

@@ -61,6 +61,7 @@ enum class Command {
     restore,
     projects,
     project,
+    disk,
     modules,
     settings,
     doctor,

@@ -7,10 +7,10 @@
 
 namespace brindle {
 
-// `open` returns 0 or an errno; so does this, after a second at most.
+// `open` returns 0 or an errno; so does this, after three seconds at most.
 template <typename Open>
 int openPatiently(Open open) {
-    constexpr int kTries = 200;
+    constexpr int kTries = 600;
     constexpr auto kPause = std::chrono::milliseconds(5);
     for (int tries = 0;; ++tries) {
         const int failure = open();

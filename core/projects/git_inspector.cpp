@@ -157,8 +157,8 @@ std::vector<std::string> askIgnored(GitFolder& git, const std::vector<std::strin
     command.insert(command.end(), arguments.begin(), arguments.end());
     std::optional<ProcessResult> result;
     if (!git.use().refusesLiteral) {
-        std::vector<std::string> literal = command;
-        literal.insert(literal.begin(), "--literal-pathspecs");
+        std::vector<std::string> literal = {"--literal-pathspecs"};
+        literal.insert(literal.end(), command.begin(), command.end());
         result = git.run(literal);
         if (result && result->errors.contains("magic not supported")) git.use().refusesLiteral = true;
     }

@@ -61,6 +61,15 @@ std::vector<UnreachableLocation> unreachableOf(const ScanContext& context) {
     return unreachable;
 }
 
+// Of the modules that looked into all that they wanted to.
+std::map<ModuleID, std::uint64_t> wholeTotals(const ScanReport& report) {
+    std::map<ModuleID, std::uint64_t> totals;
+    for (const ModuleResult& module : report.modules) {
+        if (module.unreachable.empty()) totals[module.moduleID] = module.totalBytes();
+    }
+    return totals;
+}
+
 }  // namespace
 
 Session::Session(SessionHome home)
@@ -160,16 +169,26 @@ ProjectNeighbours Session::neighboursOf(const Project& project, const ScanOption
 }
 
 ScanReport Session::scan(const ScanOptions& options) const {
-    return Scanner(modules()).scan(context(options),
-                                   {
-                                       .disabledModules = modulesLeftOut(preferences(), options),
-                                       .protectedPaths = preferences().protectedPaths(),
-                                       .includeProjects = options.includeProjects,
-                                       .projectRoots = preferences().projectRoots(),
-                                       .tools = toolbox(),
-                                       .onModuleFinished = options.onModuleFinished,
-                                       .onTimings = options.onTimings,
-                                   });
+    ScanReport report = Scanner(modules()).scan(context(options),
+                                                {
+                                                    .disabledModules = modulesLeftOut(preferences(), options),
+                                                    .protectedPaths = preferences().protectedPaths(),
+                                                    .includeProjects = options.includeProjects,
+                                                    .projectRoots = preferences().projectRoots(),
+                                                    .tools = toolbox(),
+                                                    .onModuleFinished = options.onModuleFinished,
+                                                    .onTimings = options.onTimings,
+                                                });
+    recordSample(report, options);
+    return report;
+}
+
+// Not to be had on a full disk or in a read-only home, and then no matter.
+void Session::recordSample(const ScanReport& report, const ScanOptions& options) const {
+    const TimePoint now = std::chrono::system_clock::now();
+    if (report.disk) (void)trend().record(*report.disk, now);
+    if (options.isCancelled()) return;
+    (void)trend().recordTotals(wholeTotals(report), now);
 }
 
 }  // namespace brindle

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/guard/safety_guard.h"
+#include "core/insight/storage_trend.h"
 #include "core/platform/files.h"
 #include "core/platform/trash.h"
 #include "core/platform/user_defaults.h"
@@ -80,6 +81,9 @@ class Session {
 
     ScanReport scan(const ScanOptions& options) const;
 
+    // How the disk and the tools' piles develop: every scan and every cleanup leaves a sample.
+    StorageTrend trend() const { return StorageTrend(defaults_); }
+
     // The projects alone, as a scan of this moment would find them. Of the options only isCancelled counts.
     FoundProjects findProjects(const ScanOptions& options) const;
 
@@ -119,6 +123,7 @@ class Session {
   private:
     std::expected<FileLock, CleanRefusal> cleanupLock() const;
     std::expected<CleanOutcome, CleanRefusal> cleanLocked(CleanRequest request) const;
+    void recordSample(const ScanReport& report, const ScanOptions& options) const;
     std::string variable(std::string_view name) const;  // of the environment; empty when it is not set
     ProjectSearch projectSearch(const ScanContext& context) const;
 

@@ -150,6 +150,8 @@ std::expected<CleanOutcome, CleanRefusal> Session::cleanLocked(CleanRequest requ
     outcome.before = capacityOf(home_.path);
     outcome.receipt = Cleaner({toolbox(), trash(), home_.path}).clean(request);
     outcome.after = capacityOf(home_.path);
+    if (const auto disk = DiskInfo::current(home_.path); disk && !request.isDryRun)
+        (void)trend().record(*disk, std::chrono::system_clock::now());
     outcome.isInterrupted = outcome.receipt.entries.size() < request.items.size();
     outcome.isRecorded = store.append(outcome.receipt);
     // Not recorded: the journal stays, and the next start makes the receipt from it.

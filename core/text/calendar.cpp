@@ -127,6 +127,18 @@ std::optional<int> wholeDaysBetween(sys_seconds from, sys_seconds to) {
     return days;
 }
 
+bool isSameDay(sys_seconds left, sys_seconds right) {
+    if (!isCountable(left) || !isCountable(right)) return false;
+    UErrorCode status = U_ZERO_ERROR;
+    icu::GregorianCalendar calendar(icu::TimeZone::createDefault(), icu::Locale::getRoot(), status);
+    const auto dayOf = [&](sys_seconds moment) {
+        calendar.setTime(milliseconds(moment), status);
+        return calendar.get(UCAL_JULIAN_DAY, status);
+    };
+    const auto first = dayOf(left);
+    return dayOf(right) == first && U_SUCCESS(status);
+}
+
 std::optional<std::string> iso8601(sys_seconds second) {
     constexpr sys_seconds kEarliest = std::chrono::sys_days{std::chrono::year{0} / 1 / 1};
     constexpr sys_seconds kEnd = std::chrono::sys_days{std::chrono::year{10'000} / 1 / 1};

@@ -16,6 +16,9 @@ using TimePoint = std::chrono::system_clock::time_point;
 // calendar cannot count (moments outside the years that ICU handles).
 std::optional<int> wholeDaysBetween(std::chrono::sys_seconds from, std::chrono::sys_seconds to);
 
+// Whether both fall on one calendar day in the user's time zone. False when the calendar cannot count.
+bool isSameDay(std::chrono::sys_seconds left, std::chrono::sys_seconds right);
+
 // "2026-11-21T07:19:27Z": ISO 8601 in UTC, whole seconds (rounded down). Absent outside the years 0 to
 // 9999, which only a broken file time can name.
 std::string iso8601(TimePoint moment);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "tests/support/mounted.h"
@@ -98,11 +99,14 @@ TEST(ProjectCollector, WaitsForADescriptor) {
     home.file("P/a/go.mod");
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none{0, before.rlim_max};
+    // A hard limit above what the kernel allows by now cannot be set again.
+    const rlim_t enough = std::min<rlim_t>(before.rlim_cur, 1024);
+    const rlimit none{0, enough};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
     const std::jthread other([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        setrlimit(RLIMIT_NOFILE, &before);
+        const rlimit again{enough, enough};
+        setrlimit(RLIMIT_NOFILE, &again);
     });
     expectFound(home, {"", {}, {"P"}, {"P/a"}});
 }
