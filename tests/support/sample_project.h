@@ -25,6 +25,8 @@ inline GitState repository(std::string words = "") {
         {"local", [](GitState& git) { git.localOnlyCommits += 1; }},
         {"loose", [](GitState& git) { git.commitsOnNoBranch += 1; }},
         {"inside", [](GitState& git) { git.repositoriesWithWork = {"/h/in"}; }},
+        {"side", [](GitState& git) { git.localBranches.emplace_back("side"); }},
+        {"new", [](GitState& git) { git.remotes = {"new"}, git.upstream.reset(); }},
         {"stash", [](GitState& git) { git.hasStashes = true; }},
         {"unread", [](GitState& git) { git.inspectionComplete = false; }},
         {"-remote", [](GitState& git) { git.remotes.clear(), git.upstream.reset(); }},

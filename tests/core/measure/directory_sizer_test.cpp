@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include "core/platform/file_status.h"
 #include "tests/support/disk_usage.h"
@@ -72,8 +73,7 @@ TEST(DirectorySizer, CountsWhatDuCountsAloneAndConcurrently) {
         const DirectoryMeasurement parallel = DirectorySizer().measureConcurrently(tree, {&forParallel, {}});
 
         EXPECT_EQ(serial.allocatedBytes, test::diskUsage(tree)) << name;
-        EXPECT_EQ(serial, parallel) << name;
-        EXPECT_TRUE(serial.isComplete()) << name;
+        EXPECT_TRUE(serial == parallel && serial.isComplete()) << name;
         EXPECT_EQ(forSerial.count(), forParallel.count()) << name;
         EXPECT_EQ(test::openDescriptors(), descriptors) << name;
     }
@@ -92,12 +92,9 @@ TEST(DirectorySizer, CountsAFileOfSeveralCachesOncePerScan) {
     };
     HardlinkTracker tracker;
     const auto [first, second] = both(&tracker);
-    EXPECT_EQ(first.fileCount, 2);
-    EXPECT_EQ(first.hardLinkedBytes, 102'400U);
-    EXPECT_EQ(second.fileCount, 0);
+    EXPECT_TRUE(first.fileCount == 2 && first.hardLinkedBytes == 102'400);
     EXPECT_EQ(second.deduplicatedBytes, 102'400U);
-    EXPECT_EQ(second.hardLinkedBytes, 0U);
-    EXPECT_FALSE(second.newestModified);
+    EXPECT_TRUE(second.fileCount == 0 && second.hardLinkedBytes == 0 && !second.newestModified);
     EXPECT_EQ(first.allocatedBytes + second.allocatedBytes, usageBelow(home));
 
     const auto [untracked, again] = both(nullptr);
@@ -109,10 +106,8 @@ TEST(DirectorySizer, CountsRootsThatAreNoFoldersAndRootsThatAreGone) {
     home.file("big/data", 1'000'000);
     home.link("link", "big");
     const DirectorySizer sizer;
-
     const DirectoryMeasurement link = sizer.measureConcurrently(home.path("link"));
-    EXPECT_EQ(link.fileCount, 1);
-    EXPECT_LT(link.allocatedBytes, 8192U);
+    EXPECT_TRUE(link.fileCount == 1 && link.allocatedBytes < 8192);
     EXPECT_EQ(sizer.measure(home.path("big/data")).logicalBytes, 1'000'000U);
     const DirectoryMeasurement gone = sizer.measureConcurrently(home.path("gone"));
     EXPECT_EQ(gone.unreadablePaths, std::vector{home.path("gone")});
@@ -177,8 +172,23 @@ TEST(DirectorySizer, TakesWhatVanishesMeanwhileForGone) {
     };
     const DirectoryMeasurement measurement =
         DirectorySizer().measure(home.path("tree"), {nullptr, removeAll});
-    EXPECT_TRUE(measurement.isComplete());
-    EXPECT_EQ(measurement.fileCount, 1);
+    EXPECT_TRUE(measurement.isComplete() && measurement.fileCount == 1);
+}
+
+TEST(HardlinkTracker, GivesEachFileToOneClaimerOfMany) {
+    constexpr std::uint64_t kFiles = 20'000;
+    HardlinkTracker tracker;
+    std::atomic<std::size_t> granted = 0;
+    std::vector<std::jthread> claimers;
+    for (int claimer = 0; claimer < 4; ++claimer) {
+        claimers.emplace_back([&] {
+            for (std::uint64_t inode = 0; inode < kFiles; ++inode)
+                granted += int{tracker.claim(1, inode)} + int{tracker.claim(-1, inode)};
+        });
+    }
+    claimers.clear();
+    EXPECT_EQ(granted, 2 * kFiles);
+    EXPECT_EQ(tracker.count(), 2 * kFiles);
 }
 
 // In a process of its own: how many descriptors may be kept is settled at the first walk.
@@ -228,9 +238,8 @@ TEST(DirectorySizerDeathTest, IsNotLedAwayByAParentSwappedForALink) {
 TEST(DirectorySizerUnprivileged, ListsWhatItCannotReadAndCountsTheRest) {
     if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
     TestHome home;
-    home.file("tree/readable/data", 5000);
-    home.file("tree/closed/data", 5000);
-    home.file("tree/unsearchable/data", 5000);
+    for (const char* file : {"tree/readable/data", "tree/closed/data", "tree/unsearchable/data"})
+        home.file(file);
     home.mode("tree/closed", 0000);
     home.mode("tree/unsearchable", 0400);
     for (const bool isParallel : {false, true}) {
@@ -239,8 +248,7 @@ TEST(DirectorySizerUnprivileged, ListsWhatItCannotReadAndCountsTheRest) {
             isParallel ? DirectorySizer().measureConcurrently(tree) : DirectorySizer().measure(tree);
         EXPECT_EQ(measurement.unreadablePaths,
                   (std::vector{home.path("tree/closed"), home.path("tree/unsearchable/data")}));
-        EXPECT_EQ(measurement.fileCount, 1);
-        EXPECT_EQ(measurement.directoryCount, 3);
+        EXPECT_TRUE(measurement.fileCount == 1 && measurement.directoryCount == 3);
     }
     EXPECT_EQ(DirectorySizer().measure(home.path("tree/closed")).unreadablePaths.size(), 1U);
 }
@@ -261,8 +269,7 @@ TEST(DirectorySizer, ListsWhatIsMountedAndDoesNotEnterIt) {
         const auto body = [&] {
             const DirectoryMeasurement alone = DirectorySizer().measure(home.path("tree/tree"));
             EXPECT_EQ(alone.otherVolumePaths, std::vector{seen});
-            EXPECT_EQ(alone.fileCount, 2);
-            EXPECT_EQ(alone.directoryCount, 3);
+            EXPECT_TRUE(alone.fileCount == 2 && alone.directoryCount == 3);
             EXPECT_EQ(DirectorySizer().measure(seen).fileCount, source.empty() ? 0 : 1) << "its own root";
             const MeasuredTree tree = DirectorySizer().measureWithAreas(home.path("tree/tree"), {}, rule);
             EXPECT_EQ(tree.areas.at(0).measurement.otherVolumePaths, std::vector{seen});

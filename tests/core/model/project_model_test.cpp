@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
-#include <unicode/timezone.h>
-
-#include <cstdlib>
 
 #include "tests/support/sample_project.h"
+#include "tests/support/time_zone.h"
 
 namespace brindle {
 namespace {
@@ -30,11 +28,7 @@ TEST(Project, GroupsWhatIsRebuiltByNameTheLargestGroupFirst) {
 }
 
 TEST(Project, IsDormantAfterNinetyCalendarDaysWhateverTheClocksDo) {
-    const auto live = [](const char* zone) {
-        setenv("TZ", zone, 1);
-        icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
-    };
-    live("Europe/Berlin");
+    const test::TimeZone zone("Europe/Berlin");
     const std::tuple<const char*, const char*, int> cases[] = {
         {"2025-01-10T12:00:00+01:00", "2025-04-10T11:59:59+02:00", 89},
         {"2025-01-10T12:00:00+01:00", "2025-04-10T12:00:00+02:00", 90},  // an hour short of 90 x 24
@@ -48,7 +42,6 @@ TEST(Project, IsDormantAfterNinetyCalendarDaysWhateverTheClocksDo) {
         EXPECT_EQ(project.isDormant(*timeFromIso8601(now)), days == 90) << now;
     }
     EXPECT_FALSE(Project().isDormant(*timeFromIso8601("2025-11-08T12:00:00Z")));
-    live("UTC");
 }
 
 TEST(Worktree, SaysOnlyWhatIsKnown) {

@@ -32,33 +32,28 @@ partial() { # URL KEY: a commit is missing, and the way to fetch it is the repos
 struct Canary {
     const char* name;
     const char* plant;
-    const char* trap = "";  // starts it when nobody takes care; empty where only other commands would
+    const char* trap = "git status";  // starts it when nobody takes care
 };
 
-constexpr const char* kStatus = "git status";
 constexpr const char* kCount = "git rev-list --count --branches";
 
 const Canary kCanaries[] = {
-    {"file-system monitor", "git config core.fsmonitor $canary", kStatus},
-    {"included file", "git config include.path ../more; printf '[core]\\nfsmonitor = %s\\n' $canary > more",
-     kStatus},
+    {"file-system monitor", "git config core.fsmonitor $canary"},
+    {"included file", "git config include.path ../more; printf '[core]\\nfsmonitor = %s\\n' $canary > more"},
     {"configuration of a worktree",
-     "git config extensions.worktreeConfig true; git config --worktree core.fsmonitor $canary", kStatus},
-    {"hook", "cp $canary .git/hooks/post-index-change; stale source", kStatus},
+     "git config extensions.worktreeConfig true; git config --worktree core.fsmonitor $canary"},
+    {"hook", "cp $canary .git/hooks/post-index-change; stale source"},
     {"folder of hooks",
-     "mkdir hooks; cp $canary hooks/post-index-change; git config core.hooksPath hooks; stale source",
-     kStatus},
-    {"clean filter", "filter . clean", kStatus},
-    {"process filter", "filter . process", kStatus},
+     "mkdir hooks; cp $canary hooks/post-index-change; git config core.hooksPath hooks; stale source"},
+    {"clean filter", "filter . clean"},
+    {"process filter", "filter . process"},
     {"required filter named like the user's",
-     "git config --global filter.evil.clean cat; filter . clean; git config filter.evil.required true",
-     kStatus},
-    {"submodule's monitor", "submodule; git -C sub config core.fsmonitor $canary", kStatus},
+     "git config --global filter.evil.clean cat; filter . clean; git config filter.evil.required true"},
+    {"submodule's monitor", "submodule; git -C sub config core.fsmonitor $canary"},
     {"submodule's filter, which the repository insists on",
      "submodule; git config -f .gitmodules submodule.sub.ignore none; git config submodule.sub.ignore none;"
      "echo '* filter=evil' > sub/.gitattributes; git -C sub config filter.evil.clean $canary; stale "
-     "sub/source",
-     kStatus},
+     "sub/source"},
     {"clone inside, ignored", "echo sub > .gitignore; git clone -q $home/origin sub; filter sub clean",
      "git -C sub status"},
     {"clone inside a clone",
@@ -86,7 +81,8 @@ const Canary kCanaries[] = {
     {"what only other commands start",
      "for key in alias.status core.pager core.editor diff.external credential.helper "
      "core.alternateRefsCommand "
-     "gpg.program; do git config $key $canary; done; git config log.showSignature true"},
+     "gpg.program; do git config $key $canary; done; git config log.showSignature true",
+     "echo x >> source; git diff"},
 };
 
 TEST(GitCanary, NothingOfARepositoryIsStarted) {
@@ -101,14 +97,12 @@ TEST(GitCanary, NothingOfARepositoryIsStarted) {
 
         GitUse use(home.tools(), [] { return false; });
         std::vector<std::string> nested;
-        for (const char* inside : {"/sub", "/sub/in", "/.git/in"}) {
+        for (const char* inside : {"/sub", "/sub/in", "/.git/in"})
             if (exists(folder + inside + "/.git")) nested.push_back(folder + inside);
-        }
         GitInspector inspector(folder, nested, use);
         (void)inspector.inspect();
         (void)inspector.ignoredPaths({folder + "/build", folder + "/sub/build"});
         EXPECT_FALSE(exists(fired));
-        if (*canary.trap == '\0') continue;
         home.shell("work/repository", canary.trap, true);
         EXPECT_TRUE(exists(fired)) << "the canary itself does not sing";
     }
@@ -128,8 +122,7 @@ TEST(GitCanary, TheCallersVariablesDoNotReachGit) {
                     "GIT_EXEC_PATH=/nowhere", "GIT_TRACE=" + fired, "GIT_CEILING_DIRECTORIES="}),
         [] { return false; });
     const GitState state = GitInspector(folder, std::vector<std::string>(), use).inspect();
-    EXPECT_TRUE(state.inspectionComplete);
-    EXPECT_EQ(state.untrackedFiles, 0);
+    EXPECT_TRUE(state.inspectionComplete && state.untrackedFiles == 0);
     EXPECT_FALSE(exists(fired));
 }
 
@@ -145,8 +138,7 @@ TEST(GitCanary, TheUsersOwnFilterStillWorks) {
         "touch -d 2017-07-14 data.bin; rm $home/fired");
     GitUse use(home.tools(), [] { return false; });
     const GitState state = GitInspector(folder, std::vector<std::string>(), use).inspect();
-    EXPECT_TRUE(state.inspectionComplete);
-    EXPECT_EQ(state.modifiedFiles, 0) << "with the filter the file is what was committed";
+    EXPECT_TRUE(state.inspectionComplete && state.modifiedFiles == 0) << "as it was committed";
     EXPECT_TRUE(exists(fired));
 }
 

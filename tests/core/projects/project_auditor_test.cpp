@@ -63,7 +63,6 @@ TEST_F(ProjectAuditor, TellsWhatGitHasNowhereElse) {
         git_ = test::repository(words);
         EXPECT_EQ(audit(), told + kIgnored + kPinned + confidence) << words;
     }
-    EXPECT_EQ(confidenceOf({}, test::repository("-upstream")), ProjectSafety::Confidence::likely);
 }
 
 TEST_F(ProjectAuditor, BlocksWhatIsNotConfirmedIgnored) {
@@ -79,9 +78,8 @@ TEST_F(ProjectAuditor, BlocksWhatIsNotConfirmedIgnored) {
 
 TEST_F(ProjectAuditor, MissesALockfileInTheProjectFolder) {
     project_.artifacts.push_back(artifact(project_.path + "/.venv", 9, ArtifactCategory::dependencies));
-    const std::string missing =
-        "- No lockfile for .venv — reinstalling gives you current versions, not the ones you had\n";
-    EXPECT_EQ(audit(), kMatches + kIgnored + kPinned + missing + "likely");
+    EXPECT_TRUE(audit().contains("- No lockfile for .venv — "));
+    EXPECT_TRUE(audit().ends_with("\nlikely"));
 }
 
 TEST_F(ProjectAuditor, BlocksWhatWasWrittenToWithinTenMinutes) {

@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 #include <thread>
 
 #include "tests/support/mounted.h"
@@ -15,66 +17,57 @@ namespace {
 using Paths = std::vector<std::string>;
 using Reason = UnreachableLocation::Reason;
 
+// All paths are separated by spaces.
 struct Tree {
     const char* name;
-    Paths files;  // "a/b" is a file, "a->b" a link to b
-    Paths roots;
-    Paths projects;
+    const char* files;  // "a/b" is a file, "a->b" a link to b
+    const char* roots;  // "@" is the home
+    const char* projects;
     std::map<std::string, Reason> reported = {};
 };
 
-// Two levels deep, relative to the home; "@" is the home.
+Paths listed(const char* text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// Two levels deep, relative to the home.
 void expectFound(const test::TestHome& home, const Tree& tree) {
     SCOPED_TRACE(tree.name);
     const auto relative = [&](const std::string& path) { return path.substr(home.path().size() + 1); };
     std::map<std::string, Reason> reported;
-    ProjectSearch search{.home = home.path(), .roots = tree.roots, .maximumDepth = 2};
-    for (std::string& root : search.roots) {
+    ProjectSearch search{.home = home.path(), .roots = listed(tree.roots), .maximumDepth = 2};
+    for (std::string& root : search.roots)
         if (root.starts_with('@')) root = home.path() + root.substr(1);
-    }
     search.report = [&](const std::string& path, Reason why) { reported[relative(path)] = why; };
     Paths found;
     for (const ProjectFolder& each : collectProjects(search)) found.push_back(relative(each.path));
-    EXPECT_EQ(found, tree.projects);
+    EXPECT_EQ(found, listed(tree.projects));
     EXPECT_EQ(reported, tree.reported);
 }
 
 TEST(ProjectCollector, FindsProjectsByTheirMarkers) {
     const Tree trees[] = {
         {"each kind of marker",
-         {"P/a/package.json", "P/b/App.xcodeproj/x", "P/c/W.xcworkspace/x", "P/d/main.tf", "P/e/pom.xml",
-          "P/f/.git/HEAD", "P/g/.git", "P/h/package.json5", "P/i/tf", "P/j/notes"},
-         {"P"},
-         {"P/a", "P/b", "P/c", "P/d", "P/e", "P/f", "P/g"}},
-        {"a root is a project itself", {"P/go.mod", "P/x/go.mod"}, {"P"}, {"P"}},
-        {"none inside another",
-         {"P/a/go.mod", "P/a/b/Cargo.toml", "P/a-b/go.mod"},
-         {"P", "P/a/b"},
-         {"P/a", "P/a-b"}},
-        {"hidden and generated folders",
-         {"P/.x/go.mod", "P/node_modules/a/go.mod", "P/build/go.mod"},
-         {"P"},
-         {}},
-        {"a hidden root is a root", {".x/a/go.mod"}, {".x"}, {".x/a"}},
-        {"links",
-         {"far/a/go.mod", "P/link->../far", "Q->far", "P/loop->.", "P/dead->nowhere"},
-         {"P", "Q"},
-         {"far/a"}},
-        {"roots given twice, spelled otherwise, or not there",
-         {"P/a/go.mod", "Q->P"},
-         {"P", "P/", "./P", "Q", "@/P", "P/../P", "none", "@/none"},
-         {"P/a"}},
-        {"the home is no project",
-         {".git/HEAD", "package.json", "P/a/go.mod", "b/go.mod"},
-         {"", "P"},
-         {"P/a", "b"}},
-        {"depth", {"P/1/2/go.mod", "P/1/3/4/go.mod"}, {"P"}, {"P/1/2"}, {{"P/1/3/4", Reason::searchDepth}}},
-        {"nothing is said of what became a root", {"P/1/3/4/go.mod"}, {"P", "P/1/3/4"}, {"P/1/3/4"}},
-        {"nor of what lies below one", {"P/1/3/4/5/go.mod"}, {"P", "P/1/3"}, {"P/1/3/4/5"}},
+         "P/a/package.json P/b/App.xcodeproj/x P/c/W.xcworkspace/x P/d/main.tf P/e/pom.xml P/f/.git/HEAD "
+         "P/g/.git "
+         "P/h/package.json5 P/i/tf P/j/notes",
+         "P", "P/a P/b P/c P/d P/e P/f P/g"},
+        {"a root is a project itself", "P/go.mod P/x/go.mod", "P", "P"},
+        {"none inside another", "P/a/go.mod P/a/b/Cargo.toml P/a-b/go.mod", "P P/a/b", "P/a P/a-b"},
+        {"hidden and generated folders", "P/.x/go.mod P/node_modules/a/go.mod P/build/go.mod", "P", ""},
+        {"a hidden root is a root", ".x/a/go.mod", ".x", ".x/a"},
+        {"links", "far/a/go.mod P/link->../far Q->far P/loop->. P/dead->nowhere", "P Q", "far/a"},
+        {"roots given twice, spelled otherwise, or not there", "P/a/go.mod Q->P",
+         "P P/ ./P Q @/P P/../P none @/none", "P/a"},
+        {"the home is no project", ".git/HEAD package.json P/a/go.mod b/go.mod", "@ P", "P/a b"},
+        {"depth", "P/1/2/go.mod P/1/3/4/go.mod", "P", "P/1/2", {{"P/1/3/4", Reason::searchDepth}}},
+        {"nothing is said of what became a root", "P/1/3/4/go.mod", "P P/1/3/4", "P/1/3/4"},
+        {"nor of what lies below one", "P/1/3/4/5/go.mod", "P P/1/3", "P/1/3/4/5"},
     };
     for (const Tree& tree : trees) {
         test::TestHome home;
-        for (const std::string& file : tree.files) {
+        for (const std::string& file : listed(tree.files)) {
             const std::size_t arrow = file.find("->");
             if (arrow != std::string::npos) home.link(file.substr(0, arrow), file.substr(arrow + 2));
             if (arrow == std::string::npos) home.file(file, 1);
@@ -88,8 +81,8 @@ TEST(ProjectCollector, LeavesMountsAloneThatAreNoRoots) {
     home.file("far/go.mod");
     home.folder("P/a");
     const auto body = [&] {
-        expectFound(home, {"bound", {}, {"P"}, {}, {{"P/a", Reason::differentVolume}}});
-        expectFound(home, {"bound and a root", {}, {"P", "P/a"}, {"P/a"}});
+        expectFound(home, {"bound", "", "P", "", {{"P/a", Reason::differentVolume}}});
+        expectFound(home, {"bound and a root", "", "P P/a", "P/a"});
     };
     if (!test::isRunWithMount(home.path("far"), home.path("P/a"), body)) GTEST_SKIP() << test::kNeedsMounts;
 }
@@ -108,20 +101,17 @@ TEST(ProjectCollector, WaitsForADescriptor) {
         const rlimit again{enough, enough};
         setrlimit(RLIMIT_NOFILE, &again);
     });
-    expectFound(home, {"", {}, {"P"}, {"P/a"}});
+    expectFound(home, {"", "", "P", "P/a"});
 }
 
 TEST(ProjectCollectorUnprivileged, ReportsWhatItCannotList) {
     if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
     test::TestHome home;
-    home.file("P/closed/go.mod");
-    home.file("P/open/go.mod");
-    home.file("R/inside/x");
+    for (const char* file : {"P/closed/go.mod", "P/open/go.mod", "R/inside/x"}) home.file(file);
     home.mode("P/closed", 0);
     home.mode("R", 0);
     constexpr Reason kDenied = Reason::permissionDenied;
-    expectFound(home,
-                {"", {}, {"P", "R/inside"}, {"P/open"}, {{"P/closed", kDenied}, {"R/inside", kDenied}}});
+    expectFound(home, {"", "", "P R/inside", "P/open", {{"P/closed", kDenied}, {"R/inside", kDenied}}});
 }
 
 }  // namespace

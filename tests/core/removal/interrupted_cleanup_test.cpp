@@ -15,33 +15,27 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-template <typename Value>
-std::optional<Value> in(const std::map<std::string, Value>& map, const std::string& path) {
-    const auto found = map.find(path);
-    return found == map.end() ? std::nullopt : std::optional(found->second);
-}
+struct Seen {
+    std::optional<PathIdentity> there = {};
+    std::optional<std::uint64_t> bytes = {};
+    std::optional<std::string> inTrash = {};
+};
+using Disk = std::map<std::string, Seen>;
 
-// Answers from what a test says of each path.
+// "?" is nowhere to be seen, and "!" in no Trash that can be read.
 struct StatedDisk final : RemovalProbe {
-    std::map<std::string, PathIdentity> there;
-    std::map<std::string, std::uint64_t> bytes;
-    std::map<std::string, std::string> trash;  // by the path before
-
-    StatedDisk(std::map<std::string, PathIdentity> a = {}, std::map<std::string, std::uint64_t> b = {},
-               std::map<std::string, std::string> c = {})
-        : there(std::move(a)), bytes(std::move(b)), trash(std::move(c)) {}
-    // "?" is nowhere to be seen, and "!" in no Trash that can be read.
+    Disk disk;
+    explicit StatedDisk(Disk stated = {}) : disk(std::move(stated)) {}
+    Seen at(const std::string& path) const { return disk.contains(path) ? disk.at(path) : Seen(); }
     std::expected<std::optional<PathIdentity>, Error> identityAt(const std::string& path) const override {
         if (path == "/?") return std::unexpected(errorFrom(EIO, "examine", path));
-        return in(there, path);
+        return at(path).there;
     }
-    std::optional<std::uint64_t> bytesBelow(const std::string& path) const override {
-        return in(bytes, path);
-    }
+    std::optional<std::uint64_t> bytesBelow(const std::string& path) const override { return at(path).bytes; }
     std::expected<std::optional<std::string>, Error> placeInTrash(const std::string& path,
                                                                   const PathIdentity&) const override {
         if (path == "/!") return std::unexpected(errorFrom(EACCES, "look through", path));
-        return in(trash, path);
+        return at(path).inTrash;
     }
 };
 
@@ -82,13 +76,10 @@ TEST(CleanupJournal, HoldsTheIntentAndEachOutcomeUntilItIsFinished) {
               fs::perms::owner_read | fs::perms::owner_write);
     const auto content = readJournal(directory);
     ASSERT_TRUE(content && *content);
-    EXPECT_EQ((*content)->intent, threeItems());
-    EXPECT_EQ((*content)->finished.size(), 2U);
+    EXPECT_TRUE((*content)->intent == threeItems() && (*content)->finished.size() == 2);
     EXPECT_EQ(CleanupJournal::begin(directory, threeItems()).error().kind, Error::Kind::alreadyExists);
 
-    auto other = CleanupJournal::begin(home.path("other"), threeItems());
-    ASSERT_TRUE(other);
-    EXPECT_TRUE(other->finish());
+    EXPECT_TRUE(CleanupJournal::begin(home.path("other"), threeItems())->finish());
     EXPECT_EQ(readJournal(home.path("other")), std::nullopt);
 }
 
@@ -130,7 +121,7 @@ using Texts = std::vector<std::string>;
 struct Row {
     RemovalMethod planned;
     Texts paths;
-    StatedDisk disk;
+    Disk disk;
     RemovalMethod method;
     std::uint64_t bytes;
     Texts failures = {};
@@ -143,41 +134,39 @@ TEST(InterruptedCleanup, SaysOfTheItemUnderWayWhatBecameOfIt) {
     constexpr PathIdentity kOther{-3, 78, 0040755};
     const std::string still = ": still there when the cleanup was interrupted";
     const std::string partly = still + "; part of it may be gone";
+    const std::string partlyRemoved = ": partly removed when the cleanup was interrupted";
     const std::string lost = ": gone, and not found in the Trash";
     const std::string unknown = ": may be gone; it could not be looked up after the cleanup was interrupted";
-    for (const Row& row :
-         {Row{deleted, {"/a"}, {}, deleted, 1000},
-          Row{deleted, {"/a"}, {{{"/a", kOther}}}, deleted, 1000, {"/a: something else lies there now"}},
-          Row{deleted, {"/a"}, {{{"/a", kBefore}}, {{"/a", 1000}}}, failed, 1000, {"/a" + still}},
-          Row{deleted,
-              {"/a"},
-              {{{"/a", kAfterRestart}}, {{"/a", 300}}},
-              deleted,
-              700,
-              {"/a: partly removed when the cleanup was interrupted"}},
-          Row{deleted, {"/a"}, {{{"/a", kBefore}}}, failed, 1000, {"/a" + partly}},
-          Row{deleted, {"/a", "/b"}, {{{"/b", kBefore}}, {{"/b", 400}}}, deleted, 600, {"/b" + partly}},
-          Row{deleted, {"/a", "/b"}, {{{"/b", kBefore}}}, deleted, 0, {"/b" + partly}},
-          Row{trashed, {"/a"}, {{}, {}, {{"/a", "/T/a"}}}, trashed, 1000, {}, {"/T/a"}},
-          Row{trashed,
-              {"/a", "/b", "/c"},
-              {{{"/b", kBefore}}, {{"/b", 400}}, {{"/a", "/T/a"}}},
-              trashed,
-              600,
-              {"/c" + lost, "/b" + still},
-              {"/T/a"}},
-          Row{trashed, {"/a"}, {{{"/a", kBefore}}, {{"/a", 10}}}, failed, 1000, {"/a" + still}},
-          Row{trashed, {"/a"}, {}, failed, 1000, {"/a" + lost}},
-          Row{deleted, {"/?"}, {}, failed, 1000, {"/?" + unknown}},
-          Row{deleted, {"/a", "/?"}, {}, deleted, 0, {"/?" + unknown}},
-          Row{deleted, {"/!"}, {}, deleted, 1000}, Row{trashed, {"/!"}, {}, failed, 1000, {"/!" + unknown}},
-          Row{command, {}, {}, failed, 1000}}) {
+    const Row rows[] = {
+        {deleted, {"/a"}, {}, deleted, 1000},
+        {deleted, {"/a"}, {{"/a", {kOther}}}, deleted, 1000, {"/a: something else lies there now"}},
+        {deleted, {"/a"}, {{"/a", {kBefore, 1000}}}, failed, 1000, {"/a" + still}},
+        {deleted, {"/a"}, {{"/a", {kAfterRestart, 300}}}, deleted, 700, {"/a" + partlyRemoved}},
+        {deleted, {"/a"}, {{"/a", {kBefore}}}, failed, 1000, {"/a" + partly}},
+        {deleted, {"/a", "/b"}, {{"/b", {kBefore, 400}}}, deleted, 600, {"/b" + partly}},
+        {deleted, {"/a", "/b"}, {{"/b", {kBefore}}}, deleted, 0, {"/b" + partly}},
+        {trashed, {"/a"}, {{"/a", {{}, {}, "/T/a"}}}, trashed, 1000, {}, {"/T/a"}},
+        {trashed,
+         {"/a", "/b", "/c"},
+         {{"/b", {kBefore, 400}}, {"/a", {{}, {}, "/T/a"}}},
+         trashed,
+         600,
+         {"/c" + lost, "/b" + still},
+         {"/T/a"}},
+        {trashed, {"/a"}, {{"/a", {kBefore, 10}}}, failed, 1000, {"/a" + still}},
+        {trashed, {"/a"}, {}, failed, 1000, {"/a" + lost}},
+        {deleted, {"/?"}, {}, failed, 1000, {"/?" + unknown}},
+        {deleted, {"/a", "/?"}, {}, deleted, 0, {"/?" + unknown}},
+        {deleted, {"/!"}, {}, deleted, 1000},
+        {trashed, {"/!"}, {}, failed, 1000, {"/!" + unknown}},
+        {command, {}, {}, failed, 1000},
+    };
+    for (const Row& row : rows) {
         CleanupIntent intent = threeItems();
         intent.items[1] = itemOf("b", row.planned, row.paths);
         const ReceiptEntry finished = intent.items[0].entry;
-        const Receipt receipt = receiptOfInterrupted(intent, {finished}, row.disk);
-        ASSERT_EQ(receipt.entries.size(), 3U);
-        EXPECT_EQ(receipt.entries[0], finished);
+        const Receipt receipt = receiptOfInterrupted(intent, {finished}, StatedDisk(row.disk));
+        EXPECT_EQ(receipt.entries.at(0), finished);
         const ReceiptEntry& entry = receipt.entries[1];
         EXPECT_EQ(rawText(entry.method), rawText(row.method));
         EXPECT_EQ(entry.bytes, row.bytes);
@@ -187,8 +176,7 @@ TEST(InterruptedCleanup, SaysOfTheItemUnderWayWhatBecameOfIt) {
         for (const TrashedThing& thing : entry.trashedObjects.value_or(std::vector<TrashedThing>()))
             EXPECT_EQ("/T" + thing.from, thing.to);
         EXPECT_THAT(entry.note.value_or(""), HasSubstr("interrupted while this"));
-        EXPECT_EQ(receipt.entries[2].method, failed);
-        EXPECT_EQ(receipt.entries[2].note, "The cleanup was interrupted before this item.");
+        EXPECT_EQ(receipt.entries.at(2).note, "The cleanup was interrupted before this item.");
     }
 }
 
@@ -211,14 +199,11 @@ TEST(InterruptedCleanup, IsRecordedOnceWhereverItStopped) {
 
     const std::string whole = writtenJournal(home.path());
     const auto recorded = recoverInterrupted(history, home.path(), StatedDisk());
-    ASSERT_TRUE(recorded && *recorded);
-    EXPECT_EQ(history.load(), std::vector{**recorded});
-    EXPECT_EQ((*recorded)->id, threeItems().id);
+    ASSERT_TRUE(recorded && *recorded && (*recorded)->id == threeItems().id);
     EXPECT_FALSE(fs::exists(journalPath(home.path())));
-
     home.text("cleanup-journal.jsonl", whole);
     EXPECT_EQ(recoverInterrupted(history, home.path(), StatedDisk()), std::nullopt) << "stored already";
-    EXPECT_EQ(history.load().size(), 1U);
+    EXPECT_EQ(history.load(), std::vector{**recorded});
     EXPECT_FALSE(fs::exists(journalPath(home.path())));
 
     home.text("history.json", "damaged");

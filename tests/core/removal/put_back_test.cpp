@@ -2,6 +2,7 @@
 #ifdef __linux__
 #include "core/removal/put_back.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using End = PutBackResult::End;
 using testing::HasSubstr;
-using testing::StartsWith;
 using Texts = std::vector<std::string>;
 
 const TimePoint kNow{std::chrono::sys_days(std::chrono::year(2026) / 11 / 21) + std::chrono::hours(7)};
@@ -52,10 +52,15 @@ class PutBackTest : public testing::Test {
 
     ReceiptEntry kept() const { return store.loadChecked()->at(0).entries.at(0); }
 
-    void keep(const ReceiptEntry& entry) {
+    template <typename Change>
+    void alter(Change change) {
         Receipt receipt = store.loadChecked()->at(0);
-        receipt.entries[0] = entry;
+        change(receipt.entries[0]);
         ASSERT_TRUE(store.replaceChecked(receipt));
+    }
+
+    void clearHome() {
+        for (const auto& left : fs::directory_iterator(home.path())) fs::remove_all(left);
     }
 
     std::expected<PutBackOutcome, Error> restore(PutBackRequest request = {}) {
@@ -67,12 +72,11 @@ class PutBackTest : public testing::Test {
     // What a rehearsal says, and then the run; the one must foretell the other.
     PutBackResult restoredOne(const std::optional<std::string>& place = {}) {
         const std::string before = *readFile(store.url());
-        const auto rehearsed = restore({.place = place, .isDryRun = true});
+        const PutBackResult rehearsed = restore({.place = place, .isDryRun = true})->results.at(0);
         EXPECT_EQ(*readFile(store.url()), before);
-        const auto done = restore({.place = place});
-        EXPECT_EQ(done->results.at(0).end, rehearsed->results.at(0).end);
-        EXPECT_EQ(done->results.at(0).sentence, rehearsed->results.at(0).sentence);
-        return done->results.at(0);
+        const PutBackResult done = restore({.place = place})->results.at(0);
+        EXPECT_TRUE(done.end == rehearsed.end && done.sentence == rehearsed.sentence) << done.sentence;
+        return done;
     }
 };
 
@@ -81,11 +85,9 @@ Texts treeOf(const std::string& folder) {
     Texts lines;
     for (const auto& each : fs::recursive_directory_iterator(folder)) {
         const FileStatus status = *statusOf(each.path().string());
-        std::string line = each.path().string() + " " + std::to_string(status.mode) + " " +
-                           std::to_string(status.modified) + " ";
-        if (status.isLink()) line += fs::read_symlink(each.path()).string();
-        if (status.isRegular()) line += *readFile(each.path().string());
-        lines.push_back(line);
+        lines.push_back(fmt::format("{} {} {} ", each.path().string(), status.mode, status.modified));
+        if (status.isLink()) lines.back() += fs::read_symlink(each.path()).string();
+        if (status.isRegular()) lines.back() += *readFile(each.path().string());
     }
     std::ranges::sort(lines);
     return lines;
@@ -108,15 +110,13 @@ TEST_F(PutBackTest, BringsEverythingBackAsItWasAndSaysSoInTheHistory) {
     EXPECT_FALSE(statusOf(home.path("work")));
     const auto outcome = restore();
     ASSERT_TRUE(outcome);
-    ASSERT_EQ(outcome->results.size(), 2U);
     for (const PutBackResult& result : outcome->results) EXPECT_EQ(result.end, End::done) << result.sentence;
     EXPECT_EQ(treeOf(home.path("work")), before);
     const ReceiptEntry entry = kept();
     EXPECT_EQ(entry, outcome->receipt.entries[0]);
     EXPECT_FALSE(entry.trashedPaths || entry.trashedObjects);
     EXPECT_EQ(entry.action, "Put back on 2026-11-21 07:00 UTC");
-    EXPECT_EQ(entry.method, RemovalMethod::trashed);
-    EXPECT_EQ(entry.bytes, 4096U);
+    EXPECT_TRUE(entry.method == RemovalMethod::trashed && entry.bytes == 4096);
     EXPECT_TRUE(restore()->results.empty()) << "nothing is left to put back";
 }
 
@@ -151,7 +151,7 @@ TEST_F(PutBackTest, NeverOverwritesAndKnowsWhatItPutsBack) {
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.what);
-        for (const auto& left : fs::directory_iterator(home.path())) fs::remove_all(left);
+        clearHome();
         const std::string path = home.text("item", "old");
         trashAll({path});
         each.happened(path, kept().trashedPaths->at(0));
@@ -166,40 +166,28 @@ TEST_F(PutBackTest, NeverOverwritesAndKnowsWhatItPutsBack) {
 }
 
 TEST_F(PutBackTest, KnowsThingsByWhatTheReceiptHas) {
-    const std::string one = home.text("one", "1");
-    const std::string two = home.text("two", "2");
     struct Case {
         const char* what;
-        std::function<void(ReceiptEntry&)> change;
-        std::vector<End> ends;
+        End one, two;
+        void (*change)(ReceiptEntry& entry);
     };
     const Case cases[] = {
-        {"another device number, as after a restart",
-         [](auto& entry) { entry.trashedObjects->at(0).device ^= 0x55; },
-         {End::done, End::done}},
-        {"places alone, and a failure",
-         [](ReceiptEntry& entry) { entry.trashedObjects.reset(), entry.pathFailures = {"/x: busy"}; },
-         {End::failed, End::failed}},
-        {"one of the things",
-         [](ReceiptEntry& entry) { entry.trashedObjects->pop_back(); },
-         {End::done, End::failed}},
-        {"one twice",
-         [](ReceiptEntry& entry) { entry.trashedPaths->at(1) = entry.trashedPaths->at(0); },
-         {End::done, End::wasBack}},
+        {"another device number, as after a restart", End::done, End::done,
+         [](auto& entry) { entry.trashedObjects->at(0).device ^= 0x55; }},
+        {"places alone, and a failure", End::failed, End::failed,
+         [](auto& entry) { entry.trashedObjects.reset(), entry.pathFailures = {"/x: busy"}; }},
+        {"one of the things", End::done, End::failed, [](auto& entry) { entry.trashedObjects->pop_back(); }},
+        {"one twice", End::done, End::wasBack,
+         [](auto& entry) { entry.trashedPaths->at(1) = entry.trashedPaths->at(0); }},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.what);
-        for (const auto& left : fs::directory_iterator(home.path())) fs::remove_all(left);
-        home.text("one", "1");
-        home.text("two", "2");
-        trashAll({one, two});
-        ReceiptEntry entry = kept();
-        each.change(entry);
-        keep(entry);
-        std::vector<End> ends;
+        clearHome();
+        trashAll({home.text("one", "1"), home.text("two", "2")});
+        alter(each.change);
         const auto outcome = restore();
-        for (const PutBackResult& result : outcome->results) ends.push_back(result.end);
-        EXPECT_EQ(ends, each.ends);
+        EXPECT_EQ(outcome->results.at(0).end, each.one);
+        EXPECT_EQ(outcome->results.at(1).end, each.two);
         if (!kept().trashedPaths || kept().trashedPaths->size() > 1) continue;
         // Its place is not known, but who names one gets it back.
         const auto named = restore({.place = home.path("named")});
@@ -211,16 +199,11 @@ TEST_F(PutBackTest, KnowsThingsByWhatTheReceiptHas) {
 TEST_F(PutBackTest, KeepsTheRestApartWhenItIsStopped) {
     const Texts paths = {home.text("one", "1"), home.text("two", "2"), home.text("three", "3")};
     trashAll(paths);
-    ReceiptEntry plain = kept();
-    plain.trashedObjects.reset();
-    keep(plain);
+    alter([](ReceiptEntry& entry) { entry.trashedObjects.reset(); });
     int asked = 0;
     const auto outcome = restore({.isCancelled = [&] { return ++asked > 1; }});
-    EXPECT_TRUE(outcome->isInterrupted);
-    EXPECT_EQ(outcome->results.size(), 1U);
-    EXPECT_EQ(kept().trashedPaths->size(), 2U);
-    const auto rest = restore();
-    EXPECT_EQ(rest->results.size(), 2U) << "what was paired by position stays paired";
+    EXPECT_TRUE(outcome->isInterrupted && outcome->results.size() == 1);
+    EXPECT_EQ(restore()->results.size(), 2U) << "what was paired by position stays paired";
     for (const std::string& path : paths) EXPECT_TRUE(statusOf(path)) << path;
 }
 
@@ -235,13 +218,8 @@ TEST_F(PutBackTestUnprivileged, MovesNothingWhenTheHistoryCannotBeWritten) {
     EXPECT_TRUE(statusOf(kept().trashedPaths->at(0)));
     home.mode("History", 0700);
     // It may also break in between: then the next call makes it good.
-    const auto breaking = [&] {
-        home.mode("History", 0500);
-        return false;
-    };
-    const auto torn = restore({.isCancelled = breaking});
-    ASSERT_TRUE(torn);
-    EXPECT_TRUE(torn->unrecorded);
+    const auto torn = restore({.isCancelled = [&] { return home.mode("History", 0500), false; }});
+    EXPECT_TRUE(torn && torn->unrecorded);
     EXPECT_EQ(readFile(home.path("item")), "old");
     home.mode("History", 0700);
     EXPECT_EQ(restoredOne().end, End::wasBack);

@@ -1,13 +1,13 @@
 #include "core/removal/tree_remover.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -95,8 +95,7 @@ TEST(TreeRemover, EndsWhereSomethingIsMounted) {
     home.folder("cache/a/mounted");
     const bool isRun = test::isRunWithMount(home.path("outside"), home.path("cache/a/mounted"), [&] {
         const RemovalOutcome outcome = removeAt(home.path("cache"));
-        EXPECT_EQ(outcome.end, End::partly);
-        EXPECT_EQ(outcome.failures, 1U);
+        EXPECT_TRUE(outcome.end == End::partly && outcome.failures == 1);
         EXPECT_EQ(outcome.first.path, home.path("cache/a/mounted"));
     });
     if (!isRun) GTEST_SKIP() << test::kNeedsMounts;
@@ -107,19 +106,14 @@ TEST(TreeRemover, EndsWhereSomethingIsMounted) {
 TEST(TreeRemoverUnprivileged, GoesOnBesideWhatItMayNotRemove) {
     if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
     TestHome home;
-    home.file("cache/open/file");
-    home.file("cache/readonly/a/file");
-    home.file("cache/shut/file");
+    for (const char* file : {"cache/open/file", "cache/readonly/a/file", "cache/shut/file"}) home.file(file);
     home.mode("cache/readonly/a", 0555);
     home.mode("cache/readonly", 0555);
     home.mode("cache/shut", 0);
     const RemovalOutcome outcome = removeAt(home.path("cache"));
-    EXPECT_EQ(outcome.end, End::partly);
-    EXPECT_EQ(outcome.failures, 1U);
+    EXPECT_TRUE(outcome.end == End::partly && outcome.failures == 1 && outcome.first.code == EACCES);
     EXPECT_EQ(outcome.first.path, home.path("cache/shut"));
-    EXPECT_EQ(outcome.first.code, EACCES);
-    EXPECT_FALSE(fs::exists(home.path("cache/open")));
-    EXPECT_FALSE(fs::exists(home.path("cache/readonly")));
+    EXPECT_FALSE(fs::exists(home.path("cache/open")) || fs::exists(home.path("cache/readonly")));
 
     home.file("locked/cache/file");
     home.mode("locked", 0555);
@@ -133,10 +127,7 @@ TEST(TreeRemover, BringsBackWhatWasSetAside) {
     const PathIdentity identity = *PathIdentity::read(home.path("log"));
     bringBackSetAside(home.path("log"), identity);
     EXPECT_TRUE(fs::exists(home.path("log")));
-    std::array<char, 64> aside{};
-    std::snprintf(aside.data(), aside.size(), "/.brindle-removes-%llx",
-                  static_cast<unsigned long long>(identity.inode));
-    fs::rename(home.path("log"), home.path() + aside.data());
+    fs::rename(home.path("log"), home.path(fmt::format(".brindle-removes-{:x}", identity.inode)));
     bringBackSetAside(home.path("log"), identity);
     EXPECT_EQ(PathIdentity::read(home.path("log")), identity);
 }
@@ -156,8 +147,8 @@ TEST(TreeRemover, IsLedNowhereByNamesThatAreExchanged) {
             fs::create_symlink(home.path("sentinel/cache"), home.path("parent/cache"), ignored);
             fs::remove(home.path("parent/cache"), ignored);
             fs::rename(home.path("aside"), home.path("parent/cache"), ignored);
-            fs::remove_all(home.path("aside"),
-                           ignored);  // another has come meanwhile: or nothing moves any more
+            // Another has come meanwhile: or nothing moves any more.
+            fs::remove_all(home.path("aside"), ignored);
             fs::rename(home.path("parent"), home.path("parent-aside"), ignored);
             fs::create_symlink(home.path("sentinel"), home.path("parent"), ignored);
             fs::remove(home.path("parent"), ignored);
@@ -181,10 +172,8 @@ TEST(TreeRemover, IsLedNowhereByNamesThatAreExchanged) {
     isOver = true;
     attacker.join();
     EXPECT_GT(removed, 0);
-    std::size_t kept = 0;
-    for (const auto& entry : fs::directory_iterator(home.path("sentinel/cache")))
-        kept += entry.file_size() == 10;
-    EXPECT_EQ(kept, 20U);
+    const auto isWhole = [](const fs::directory_entry& entry) { return entry.file_size() == 10; };
+    EXPECT_EQ(std::ranges::count_if(fs::directory_iterator(home.path("sentinel/cache")), isWhole), 20);
 }
 
 }  // namespace

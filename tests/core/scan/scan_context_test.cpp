@@ -4,7 +4,6 @@
 
 #include <filesystem>
 
-#include "core/scan/cancellation_flag.h"
 #include "tests/support/item_checks.h"
 #include "tests/support/sample_project.h"
 
@@ -14,20 +13,6 @@ namespace {
 using Reason = UnreachableLocation::Reason;
 using std::chrono::sys_seconds;
 using test::contextOf;
-
-TEST(ScanContext, MeasuresWhatIsThereAndOnlyThat) {
-    test::TestHome home;
-    home.file("cache/data");
-    ScanContext context = contextOf(home);
-    EXPECT_TRUE(context.measure(context.path("cache")));
-    EXPECT_FALSE(context.measure(context.path("missing")));
-    EXPECT_TRUE(context.diagnostics->entries().empty());
-    CancellationFlag flag;
-    context.isCancelled = flag.checker();
-    flag.cancel();
-    flag.cancel();
-    EXPECT_FALSE(context.measure(context.path("cache")));
-}
 
 TEST(ScanContext, SaysOfAVanishedFileThatItIsGone) {
     test::TestHome home;
@@ -94,12 +79,9 @@ TEST(ScanContext, SaysAgesAsPeopleDo) {
 
 TEST(ScanDiagnostics, KeepsTheFirstRealFailureOfAPath) {
     ScanDiagnostics diagnostics;
-    for (const Reason reason : {Reason::differentVolume, Reason::permissionDenied, Reason::missing}) {
-        diagnostics.record("/z", reason);
-    }
-    for (const Reason reason : {Reason::searchDepth, Reason::differentVolume}) {
-        diagnostics.record("/a", reason);
-    }
+    using enum UnreachableLocation::Reason;
+    for (const Reason reason : {differentVolume, permissionDenied, missing}) diagnostics.record("/z", reason);
+    for (const Reason reason : {searchDepth, differentVolume}) diagnostics.record("/a", reason);
     using Entries = std::vector<std::pair<std::string, Reason>>;
     EXPECT_EQ(diagnostics.entries(),
               (Entries{{"/a", Reason::differentVolume}, {"/z", Reason::permissionDenied}}));

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "core/scan/scanner.h"
 #include "tests/support/git_home.h"
 #include "tests/support/item_checks.h"
@@ -16,7 +14,6 @@ constexpr std::int64_t kLastUsed = 1'700'000'000;
 
 struct Found {
     ScanReport report;
-    std::vector<std::string> stages;
     std::vector<ModuleID> finished;
 
     std::vector<CleanupItem> items() const { return report.allItems(); }
@@ -26,9 +23,6 @@ Found scan(const GitHome& home, int daysLater, ScanRequest request = {}) {
     Found found;
     request.projectRoots = {"P"};
     request.tools = home.tools();
-    request.onTimings = [&](const auto& timings) {
-        for (const StageTiming& each : timings) found.stages.push_back(each.stage);
-    };
     request.onModuleFinished = [&](const ModuleResult& result) { found.finished.push_back(result.moduleID); };
     ScanContext context = test::contextOf(home);
     context.now = TimePoint(std::chrono::seconds(kLastUsed) + std::chrono::days(daysLater));
@@ -39,21 +33,18 @@ Found scan(const GitHome& home, int daysLater, ScanRequest request = {}) {
 TEST(ScannerProjects, OffersWhatWasLeftAlone) {
     test::speakEnglish();
     GitHome home;
+    // Many that may be bare repositories, and are none.
+    home.shell("P/lantern",
+               "mkdir samples; cd samples; mkdir $(seq 1001); for i in *; do echo > $i/HEAD; done");
     home.untouchedProject("P/lantern", kLastUsed);
-    for (const int days : {29, 30, 89, 90}) {
+    for (const int days : {29, 30, 90}) {
         SCOPED_TRACE(days);
         const Found found = scan(home, days);
         ASSERT_EQ(found.report.projects.size(), 1U);
         EXPECT_EQ(found.finished, std::vector{ModuleID::projects});
-        EXPECT_NE(std::ranges::find(found.stages, "projects.git"), found.stages.end());
-        if (days == 29) {
-            EXPECT_TRUE(found.report.modules.empty());
-            continue;
-        }
-        ASSERT_EQ(found.items().size(), 1U);
+        ASSERT_EQ(found.items().size(), days == 29 ? 0U : 1U);
+        if (days == 29) continue;
         const CleanupItem item = found.items().front();
-        EXPECT_EQ(item.id, "projects." + home.path("P/lantern"));
-        EXPECT_EQ(item.title(), "~/P/lantern · node_modules");
         EXPECT_EQ(item.classification, days < 90 ? Classification::review : Classification::safe);
         EXPECT_EQ(item.removal.affectedPaths(), std::vector{home.path("P/lantern/node_modules")});
         EXPECT_EQ(item.pathIdentities.size(), 1U);
@@ -73,8 +64,7 @@ TEST(ScannerProjects, OffersNothingThatTheUserProtectsOrSwitchesOff) {
     for (const ScanRequest& request :
          {ScanRequest{.disabledModules = {ModuleID::projects}}, ScanRequest{.includeProjects = false}}) {
         const Found none = scan(home, 100, request);
-        EXPECT_TRUE(none.report.projects.empty());
-        EXPECT_TRUE(none.finished.empty());
+        EXPECT_TRUE(none.report.projects.empty() && none.finished.empty());
     }
 }
 

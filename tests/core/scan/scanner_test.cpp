@@ -8,6 +8,7 @@
 #include "core/scan/report_json.h"
 #include "core/scan/storage_survey.h"
 #include "tests/support/item_checks.h"
+#include "tests/support/sample_project.h"
 
 namespace brindle {
 namespace {
@@ -36,9 +37,8 @@ class FixedModule : public ScanModule {
     bool isPresent(const ScanContext&) const override { return true; }
     ModuleResult scan(const ScanContext& context) const override {
         std::this_thread::sleep_for(std::chrono::milliseconds(pause_));
-        for (const char* stray : {"/stray", "/b"}) {
+        for (const char* stray : {"/stray", "/b"})
             if (id() == ModuleID::go) context.diagnostics->record(stray, Reason::permissionDenied);
-        }
         return result_;
     }
 
@@ -79,7 +79,6 @@ TEST(Scanner, MergesModulesLargestFirstAndNamesEveryPlaceOnce) {
     EXPECT_EQ(report.modules[0].moduleID, ModuleID::go);
     const ModuleResult& xcode = report.modules[1];
     EXPECT_EQ(xcode.items.front().id, "xcode.late");
-    EXPECT_TRUE(xcode.isToolchainInstalled);
     EXPECT_EQ(paths(xcode.unreachable), (std::vector<std::string>{"/b", "/c", "/a"}));
     EXPECT_EQ(xcode.unreachable[0], own);
     EXPECT_EQ(xcode.unreachable[2].reason, Reason::differentVolume);
@@ -88,13 +87,9 @@ TEST(Scanner, MergesModulesLargestFirstAndNamesEveryPlaceOnce) {
     EXPECT_EQ(finished.size(), 5U) << "and the projects, of which there are none";
     EXPECT_EQ(finished.back(), ModuleID::xcode);
 
-    EXPECT_EQ(report.developerBytes(), 115U);
-    EXPECT_EQ(report.reclaimableBytes(), 110U);
-    EXPECT_EQ(report.bytes(Classification::protected_), 5U);
+    EXPECT_TRUE(report.developerBytes() == 115 && report.reclaimableBytes() == 110 && report.isPartial());
     EXPECT_EQ(report.installedModules().size(), 2U);
-    EXPECT_TRUE(report.isPartial());
     const auto json = reportJson(report, home.path());
-    EXPECT_EQ(json["totals"]["reclaimableBytes"], 110);
     EXPECT_EQ(json["modules"][1]["unreachable"][0]["reason"], "toolchainNotRunning");
 }
 
@@ -105,17 +100,13 @@ TEST(Scanner, LeavesOutWhatIsDisabledAndReportsNothingWhenCancelled) {
                                 module({ModuleID::python, {itemOf("python.b", 1)}, {}, false})};
     ScanRequest request;
     request.disabledModules = {ModuleID::python, ModuleID::rust};
-    ScanReport report = Scanner(modules).scan(contextOf(home), request);
-    EXPECT_TRUE(report.modules.empty());
-    EXPECT_EQ(report.storage.size(), 5U);
-
+    EXPECT_TRUE(Scanner(modules).scan(contextOf(home), request).modules.empty());
     CancellationFlag flag;
     flag.cancel();
     ScanContext cancelled = contextOf(home);
     cancelled.isCancelled = flag.checker();
-    report = Scanner(modules).scan(cancelled, {});
-    ASSERT_EQ(report.modules.size(), 2U);
-    EXPECT_TRUE(report.allItems().empty());
+    const ScanReport report = Scanner(modules).scan(cancelled, {});
+    EXPECT_TRUE(report.modules.size() == 2 && report.allItems().empty());
     for (const ModuleResult& result : report.modules) EXPECT_TRUE(result.isToolchainInstalled);
 }
 
@@ -182,22 +173,15 @@ TEST(StorageBreakdown, SumsToTheCapacity) {
     EXPECT_EQ(storageBreakdown(std::nullopt, 7, {}).size(), 1U);
 }
 
-TEST(ScanReport, CallsProjectsDormantFromNinetyDaysOn) {
+TEST(ReportJson, TellsOfEachProjectWhichOthersLookAlike) {
     ScanReport report;
-    report.finishedAt = std::chrono::system_clock::now();
-    const auto usedDaysAgo = [&](int days) {
-        Project project;
-        project.name = std::to_string(days);
-        project.lastUsed = report.finishedAt - std::chrono::days(days) - std::chrono::hours(2);
-        return project;
-    };
-    report.projects = {usedDaysAgo(89), usedDaysAgo(90), Project{}, usedDaysAgo(500)};
-    const auto dormant = report.dormantProjects();
-    ASSERT_EQ(dormant.size(), 2U);
-    EXPECT_EQ(dormant[0].name, "90");
-    EXPECT_FALSE(report.isPartial());
-    report.storage = {{StorageCategory::Kind::documents, 0, false, "not allowed"}};
-    EXPECT_TRUE(report.isPartial());
+    report.projects.assign(3, test::lantern());
+    report.projects[0].path = "/h/a/lantern";
+    report.projects[2].name = "orbit";
+    report.projects[2].path = "/h/orbit";
+    const auto projects = reportJson(report, "/h")["projects"];
+    EXPECT_EQ(projects[0]["relations"][0]["otherPath"], report.projects[1].path);
+    EXPECT_TRUE(projects[2]["relations"].is_array() && projects[2]["relations"].empty());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "core/scan/report_json.h"
 #include "tests/support/disk_usage.h"
@@ -11,6 +12,7 @@
 namespace brindle {
 namespace {
 
+namespace fs = std::filesystem;
 using test::TestHome;
 
 Session sessionOf(const TestHome& home, bool isCurrentUser = false) {
@@ -36,7 +38,6 @@ TEST(Session, ScansANamedHomeWithItsOwnSettings) {
 
     ScanOptions onlyDisabled;
     onlyDisabled.only = {ModuleID::rust};
-    EXPECT_EQ(session.modulesToRun(onlyDisabled), std::vector{ModuleID::rust});
     EXPECT_EQ(idsOf(session.scan(onlyDisabled)), std::vector<std::string>{"rust.cargoRegistry"});
 
 #ifndef __APPLE__
@@ -83,6 +84,37 @@ TEST(Session, GuardsWithWhatTheUserProtectsAndNotAtAllWhenThatCannotBeRead) {
     EXPECT_FALSE(session.safetyGuard(report));
 }
 
+TEST(Session, RecordsACleanupAndLeavesNothingElseBehind) {
+    TestHome home;
+    home.file(".cache/uv/archive");
+    home.file(".gradle/caches/modules/jar");
+    Session session({home.path(), false, {}});
+    const ScanReport report = session.scan({});
+    const auto clean = [&](bool isDryRun) {
+        std::vector<CleanupItem> items = report.allItems();
+        std::erase_if(items, [](const CleanupItem& item) { return item.removal.isCommand(); });
+        return session.clean({.items = items, .report = report, .isDryRun = isDryRun});
+    };
+    ASSERT_TRUE(clean(true));
+    EXPECT_TRUE(fs::exists(home.path(".gradle/caches/modules/jar")));
+    const auto outcome = clean(false);
+    ASSERT_TRUE(outcome) << outcome.error().sentence;
+    EXPECT_TRUE(outcome->isRecorded && !outcome->isInterrupted && outcome->before && outcome->after);
+    EXPECT_FALSE(fs::exists(home.path(".gradle/caches/modules/jar")));
+    const auto history = session.history().loadChecked();
+    ASSERT_TRUE(history);
+    ASSERT_EQ(history->size(), 2U);
+    EXPECT_EQ(history->at(0).entries, outcome->receipt.entries);
+    EXPECT_TRUE(history->at(1).wasDryRun);
+    std::set<std::string> left;
+    for (const auto& entry : fs::directory_iterator(session.history().directory())) {
+        left.insert(entry.path().filename());
+        EXPECT_EQ(entry.status().permissions(), fs::perms(0600));
+    }
+    EXPECT_EQ(left, (std::set<std::string>{"cleanup.lock", "history.json"}));
+    EXPECT_EQ(fs::status(session.history().directory()).permissions(), fs::perms(0700));
+}
+
 TEST(SessionUnprivileged, NamesEveryPlaceItCouldNotRead) {
     if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
     TestHome home;
@@ -101,9 +133,8 @@ TEST(SessionUnprivileged, NamesEveryPlaceItCouldNotRead) {
               home.path(".cargo/registry/caf") + std::string("\0e9", 3));
     const auto& system = *std::ranges::find(report.modules, ModuleID::system, &ModuleResult::moduleID);
     ASSERT_EQ(system.unreachable.size(), 1U);
-    EXPECT_EQ(system.unreachable[0],
-              UnreachableLocation::withDefaultRemedy(home.path(".gradle/caches"),
-                                                     UnreachableLocation::Reason::permissionDenied));
+    EXPECT_EQ(system.unreachable[0].path, home.path(".gradle/caches"));
+    EXPECT_EQ(system.unreachable[0].reason, UnreachableLocation::Reason::permissionDenied);
 }
 
 }  // namespace

@@ -30,15 +30,12 @@ void expectDefaults(const Preferences& preferences) {
     EXPECT_THAT(preferences.projectRoots(), ElementsAre("Projects", "Developer", "Code", "code", "src", "dev",
                                                         "work", "repos", "Documents/GitHub", "Sites"));
     EXPECT_THAT(preferences.protectedPaths(), IsEmpty());
-    EXPECT_FALSE(preferences.lowDiskAlertsEnabled());
+    EXPECT_FALSE(preferences.lowDiskAlertsEnabled() || preferences.autoCleanEnabled() ||
+                 preferences.scheduledScansEnabled() || preferences.hasCompletedOnboarding());
     EXPECT_EQ(preferences.lowDiskThreshold(), 20'000'000'000U);
-    EXPECT_FALSE(preferences.autoCleanEnabled());
-    EXPECT_FALSE(preferences.scheduledScansEnabled());
-    EXPECT_EQ(preferences.cadence(), Cadence::weekly);
-    EXPECT_EQ(preferences.lastScheduledRun(), std::nullopt);
     EXPECT_EQ(preferences.notifyThreshold(), 20'000'000'000U);
-    EXPECT_FALSE(preferences.hasCompletedOnboarding());
-    EXPECT_EQ(preferences.preferredLanguage(), std::nullopt);
+    EXPECT_EQ(preferences.cadence(), Cadence::weekly);
+    EXPECT_FALSE(preferences.lastScheduledRun() || preferences.preferredLanguage());
 }
 
 TEST(Preferences, AnswerTheirDefaultsWhereNothingOrAnotherTypeIsStored) {
@@ -78,38 +75,26 @@ TEST(Preferences, StoreEverySettingUnderItsOwnKeyForAnotherInstance) {
     const std::string path = home.path("preferences.json");
     Preferences writer(fileDefaults(path));
     const TimePoint moment{std::chrono::seconds(1'795'245'567)};
-    ASSERT_TRUE(writer.setDisabledModules({ModuleID::docker, ModuleID::xcode}));
-    ASSERT_TRUE(writer.setProjectRoots({"b", "a", "/srv/a"}));
-    ASSERT_TRUE(writer.setProtectedPaths({"/b", "/a"}));
-    ASSERT_TRUE(writer.setLowDiskAlertsEnabled(true));
-    ASSERT_TRUE(writer.setLowDiskThreshold(1));
-    ASSERT_TRUE(writer.setAutoCleanEnabled(true));
-    ASSERT_TRUE(writer.setScheduledScansEnabled(true));
-    ASSERT_TRUE(writer.setCadence(Cadence::monthly));
-    ASSERT_TRUE(writer.setLastScheduledRun(moment));
-    ASSERT_TRUE(writer.setNotifyThreshold(2));
-    ASSERT_TRUE(writer.setHasCompletedOnboarding(true));
-    ASSERT_TRUE(writer.setPreferredLanguage("pt-PT"));
-
+    ASSERT_TRUE(writer.setDisabledModules({ModuleID::docker, ModuleID::xcode}) &&
+                writer.setProjectRoots({"b", "a", "/srv/a"}) && writer.setProtectedPaths({"/b", "/a"}) &&
+                writer.setLowDiskAlertsEnabled(true) && writer.setLowDiskThreshold(1) &&
+                writer.setAutoCleanEnabled(true) && writer.setScheduledScansEnabled(true) &&
+                writer.setCadence(Cadence::monthly) && writer.setLastScheduledRun(moment) &&
+                writer.setNotifyThreshold(2) && writer.setHasCompletedOnboarding(true) &&
+                writer.setPreferredLanguage("pt-PT"));
     const Preferences reader(fileDefaults(path));
     EXPECT_THAT(reader.disabledModules(), ElementsAre(ModuleID::xcode, ModuleID::docker));
     EXPECT_THAT(reader.projectRoots(), ElementsAre("b", "a", "/srv/a"));
     EXPECT_THAT(reader.protectedPaths(), ElementsAre("/a", "/b"));
     EXPECT_TRUE(reader.lowDiskAlertsEnabled() && reader.autoCleanEnabled() &&
                 reader.scheduledScansEnabled() && reader.hasCompletedOnboarding());
-    EXPECT_EQ(reader.lowDiskThreshold(), 1U);
-    EXPECT_EQ(reader.notifyThreshold(), 2U);
-    EXPECT_EQ(reader.cadence(), Cadence::monthly);
-    EXPECT_EQ(reader.lastScheduledRun(), moment);
-    EXPECT_EQ(reader.preferredLanguage(), "pt-PT");
-
-    const std::string file = *readFile(path);
-    EXPECT_EQ(std::ranges::count(file, ':'), 13 + 2);  // twelve keys, the date's tag, and its own two
-
-    ASSERT_TRUE(writer.setPreferredLanguage(std::nullopt));
-    ASSERT_TRUE(writer.setLastScheduledRun(std::nullopt));
-    EXPECT_EQ(reader.preferredLanguage(), std::nullopt);
-    EXPECT_EQ(reader.lastScheduledRun(), std::nullopt);
+    EXPECT_TRUE(reader.lowDiskThreshold() == 1 && reader.notifyThreshold() == 2 &&
+                reader.cadence() == Cadence::monthly && reader.lastScheduledRun() == moment &&
+                reader.preferredLanguage() == "pt-PT");
+    // Twelve keys, the date's tag, and its own two.
+    EXPECT_EQ(std::ranges::count(*readFile(path), ':'), 13 + 2);
+    ASSERT_TRUE(writer.setPreferredLanguage({}) && writer.setLastScheduledRun({}));
+    EXPECT_FALSE(reader.preferredLanguage() || reader.lastScheduledRun());
 }
 
 TEST(Preferences, TakeWhatIsUsableOfAHandEditedFile) {
@@ -145,25 +130,21 @@ TEST(Preferences, AreNotReadableWhenWhatHoldsBrindleBackCannotBeTrusted) {
 TEST(Preferences, AddAndRemoveProtectedPathsWithoutLosingOthers) {
     TestHome home;
     const auto path = home.path("preferences.json");
-    const std::string bytes = "/caf\xe9,x";
     {
         std::vector<std::jthread> writers;
         for (const char* name : {"/a", "/b"}) {
             writers.emplace_back([&path, name] {
                 Preferences preferences(fileDefaults(path));
-                for (int round = 0; round < 20; ++round) {
+                for (int round = 0; round < 20; ++round)
                     EXPECT_TRUE(preferences.addProtectedPath(name + std::to_string(round)));
-                }
             });
         }
     }
     Preferences preferences(fileDefaults(path));
     EXPECT_EQ(preferences.protectedPaths().size(), 40U);
-    ASSERT_TRUE(preferences.setProtectedPaths({"/a"}));
-    ASSERT_TRUE(preferences.addProtectedPath(bytes));
-    ASSERT_TRUE(preferences.removeProtectedPath("/a"));
-    ASSERT_TRUE(preferences.removeProtectedPath("/never"));
-    EXPECT_THAT(preferences.protectedPaths(), ElementsAre(bytes));
+    ASSERT_TRUE(preferences.setProtectedPaths({"/a"}) && preferences.addProtectedPath("/caf\xe9,x"));
+    ASSERT_TRUE(preferences.removeProtectedPath("/a") && preferences.removeProtectedPath("/never"));
+    EXPECT_THAT(preferences.protectedPaths(), ElementsAre("/caf\xe9,x"));
 }
 
 TEST(Preferences, RefuseWhatWouldProtectNothing) {

@@ -1,14 +1,13 @@
 #include "core/text/calendar.h"
 
 #include <gtest/gtest.h>
-#include <unicode/timezone.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <limits>
 #include <string>
 #include <tuple>
 #include <utility>
+
+#include "tests/support/time_zone.h"
 
 namespace brindle {
 namespace {
@@ -21,13 +20,7 @@ sys_seconds at(std::string_view text) {
 
 class Calendar : public testing::Test {
   protected:
-    void SetUp() override { live("Europe/Berlin"); }
-    void TearDown() override { live("UTC"); }
-
-    static void live(const char* zone) {
-        setenv("TZ", zone, 1);
-        icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
-    }
+    test::TimeZone zone_{"Europe/Berlin"};
 };
 
 TEST_F(Calendar, CountsADayWhenTheSameTimeOfTheNextDayIsReachedWhereTheUserLives) {
@@ -43,7 +36,7 @@ TEST_F(Calendar, CountsADayWhenTheSameTimeOfTheNextDayIsReachedWhereTheUserLives
         {"2025-06-11T12:00:00+02:00", "2025-06-11T11:00:00+02:00", 0},
     };
     for (const auto& [from, to, days] : cases) EXPECT_EQ(wholeDaysBetween(at(from), at(to)), days) << to;
-    live("America/New_York");
+    test::liveIn("America/New_York");
     EXPECT_EQ(wholeDaysBetween(at("2025-03-08T17:00:00Z"), at("2025-03-09T16:00:00Z")), 1);
     EXPECT_EQ(wholeDaysBetween(at("2025-03-29T11:00:00Z"), at("2025-03-30T10:00:00Z")), 0);
 }
@@ -51,10 +44,8 @@ TEST_F(Calendar, CountsADayWhenTheSameTimeOfTheNextDayIsReachedWhereTheUserLives
 TEST_F(Calendar, CountsOrRefusesTimesThatNoClockShowed) {
     const auto second = [](std::int64_t value) { return sys_seconds{std::chrono::seconds{value}}; };
     const sys_seconds now = at("2025-06-10T12:00:00Z");
-    constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
-    constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
-    EXPECT_EQ(wholeDaysBetween(second(kMost), now), std::nullopt);
-    EXPECT_EQ(wholeDaysBetween(now, second(kLeast)), std::nullopt);
+    EXPECT_EQ(wholeDaysBetween(sys_seconds::max(), now), std::nullopt);
+    EXPECT_EQ(wholeDaysBetween(now, sys_seconds::min()), std::nullopt);
     EXPECT_EQ(wholeDaysBetween(second(10'000'000'000'001), now), std::nullopt);
     EXPECT_NEAR(wholeDaysBetween(second(-10'000'000'000'000), second(10'000'000'000'000)).value(),
                 231'481'481, 2);
