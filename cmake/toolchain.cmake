@@ -28,10 +28,8 @@ if(BRINDLE_WERROR)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # False alarms of GCC 12 inside its own std::string and std::variant.
-  add_compile_options(-Wno-restrict -Wno-maybe-uninitialized)
-  if(BRINDLE_SANITIZE)
-    add_compile_options(-Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
-  endif()
+  add_compile_options(-Wno-restrict -Wno-maybe-uninitialized -Wno-array-bounds -Wno-stringop-overread
+    -Wno-stringop-overflow)
 endif()
 if(BRINDLE_SANITIZE)
   add_compile_options(-fsanitize=${BRINDLE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,8 +17,8 @@ namespace brindle::test {
 
 class CollectingStreams : public Streams {
   public:
-    std::optional<unsigned> terminal;   // columns of both streams
-    std::optional<std::string> answer;  // to every question; absent: nobody is there
+    std::optional<unsigned> terminal;  // columns of both streams
+    std::deque<std::string> answers;   // nobody is there when they are used up
 
     std::expected<void, Error> writeResult(std::string_view bytes) override {
         result += bytes;
@@ -30,7 +32,10 @@ class CollectingStreams : public Streams {
     std::optional<unsigned> messageTerminal() const override { return terminal; }
     std::optional<std::string> ask(std::string_view question) override {
         writeMessage(question);
-        return answer;
+        if (answers.empty()) return std::nullopt;
+        std::string next = answers.front();
+        answers.pop_front();
+        return next;
     }
 
     std::string result;
@@ -50,6 +55,7 @@ struct RunSettings {
     std::optional<unsigned> terminal = std::nullopt;
     std::vector<std::string> environment = {"LANG=en_US.UTF-8", "TERM=xterm"};
     std::function<bool()> isInterrupted = [] { return false; };
+    std::deque<std::string> answers = {};
 };
 
 // `arguments` come after "--home HOME".
@@ -57,6 +63,7 @@ inline CollectedRun runIn(const TestHome& home, std::vector<std::string> argumen
                           const RunSettings& settings = {}) {
     CollectingStreams streams;
     streams.terminal = settings.terminal;
+    streams.answers = settings.answers;
     arguments.insert(arguments.begin(), {"--home", home.path()});
     const ExitCode code = runCommandLine({.arguments = std::move(arguments),
                                           .environment = settings.environment,
@@ -74,6 +81,14 @@ inline bool contains(const std::string& text, const std::string& part) {
 
 inline void expectAll(const std::vector<std::string>& parts, const std::string& text) {
     for (const std::string& part : parts) EXPECT_TRUE(contains(text, part)) << part << " in\n" << text;
+}
+
+// Every line break and run of blanks is one blank.
+inline std::string unwrapped(const std::string& text) {
+    std::istringstream stream(text);
+    std::string plain;
+    for (std::string word; stream >> word;) plain += (plain.empty() ? "" : " ") + word;
+    return plain;
 }
 
 }  // namespace brindle::test

@@ -42,11 +42,9 @@ std::string noAge(std::optional<std::chrono::sys_seconds>) {
 }  // namespace
 
 TEST(ItemView, NeverShowsASizeForMoreThanItIs) {
-    DirectoryMeasurement partial;
-    partial.allocatedBytes = 2'000'000;
-    partial.unreadablePaths = {"/home/u/store/x"};
-    partial.deduplicatedBytes = 5'000'000;
-    const CleanupItem item = itemWith(partial);
+    const CleanupItem item = itemWith({.allocatedBytes = 2'000'000,
+                                       .unreadablePaths = {"/home/u/store/x"},
+                                       .deduplicatedBytes = 5'000'000});
     const std::string wide = ItemTable(lookOf(80), noAge).lines(item);
     expectAll({"at least 2.0 MB", "also clears: the index"}, wide);
     EXPECT_FALSE(contains(wide, "\x1b"));
@@ -54,15 +52,11 @@ TEST(ItemView, NeverShowsASizeForMoreThanItIs) {
     expectAll({"at least 2.0 MB on disk", "5.0 MB more are shared", "treat it as a floor", "~/store/x",
                "moved to the Trash:", "/else/\\xFF", "by itself: On the next run", "~/app", "Version"},
               itemPage(item, "/home/u", lookOf(200)));
-    const CleanupItem kept = itemWith({}, Classification::protected_);
-    EXPECT_FALSE(contains(itemPage(kept, "/home/u", {}), "moved to the Trash"));
+    EXPECT_FALSE(contains(itemPage(itemWith({}, Classification::protected_), "/home/u", {}), "to the Trash"));
 }
 
 TEST(ItemView, SaysWhenTheToolGaveTheNumber) {
-    DirectoryMeasurement told;
-    told.source = DirectoryMeasurement::Source::reported;
-    told.allocatedBytes = 1000;
-    const CleanupItem item = itemWith(told);
+    const CleanupItem item = itemWith({.source = DirectoryMeasurement::Source::reported});
     EXPECT_TRUE(contains(ItemTable(lookOf(100), noAge).lines(item), "reported by the tool"));
     EXPECT_FALSE(contains(itemPage(item, "/home/u", {}), "sizes of its files"));
 }
@@ -103,10 +97,11 @@ TEST(ItemLookup, KnowsWhatWasNotLookedAt) {
     const std::vector<UnreachableLocation> locations = {{"docker", Reason::toolchainNotRunning, ""},
                                                         {"/h/a/b", Reason::permissionDenied, ""},
                                                         {"/h/a", Reason::searchDepth, ""}};
-    using Case = std::tuple<std::string, std::string, bool>;
-    for (const auto& [path, place, isInside] :
-         {Case{"/h/a/b/c", "/h/a/b", false}, Case{"/h/a/x", "/h/a", false}, Case{"/h", "/h/a/b", true},
-          Case{"/h/ab", "", false}}) {
+    const std::tuple<std::string, std::string, bool> cases[] = {{"/h/a/b/c", "/h/a/b", false},
+                                                                {"/h/a/x", "/h/a", false},
+                                                                {"/h", "/h/a/b", true},
+                                                                {"/h/ab", "", false}};
+    for (const auto& [path, place, isInside] : cases) {
         const auto obstacle = obstacleFor(path, locations);
         EXPECT_EQ(obstacle ? obstacle->location.path : "", place);
         EXPECT_EQ(obstacle && obstacle->isInside, isInside) << path;
@@ -114,17 +109,10 @@ TEST(ItemLookup, KnowsWhatWasNotLookedAt) {
 }
 
 TEST(ReportView, SaysSoWhenThereIsNothingOrNoCapacity) {
-    CoreStrings::setBundles(ResourceBundle(test::resourcesFolder(), "core", {}),
-                            ResourceBundle(test::resourcesFolder(), "cli", {}));
     ScanReport report;
     report.storage = {{StorageCategory::Kind::developer, 0, true, {}}};
     const auto text = [&](bool isInterrupted) {
-        return reportText({.report = report,
-                           .filter = {},
-                           .home = "/home/u",
-                           .age = noAge,
-                           .isInterrupted = isInterrupted,
-                           .look = {}});
+        return reportText({report, {}, "/home/u", noAge, isInterrupted, {}, false, {}});
     };
     expectAll({"The capacity of this volume could not be read.", "Nothing was found"}, text(false));
     expectAll({"Nothing had been found yet."}, text(true));

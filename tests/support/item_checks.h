@@ -31,17 +31,19 @@ inline void expectInEnglish(const std::vector<std::string>& texts) {
     for (const std::string& text : texts) EXPECT_EQ(kEnglish.text(text, ""), text);
 }
 
-// Of an item into whose explanation nothing was filled in.
-inline void expectInEnglish(const CleanupItem& item) {
-    const Explanation& told = item.explanation;
-    std::vector<std::string> texts = {item.storedTitle, told.storedWhatItIs, told.storedWhatHappensNext};
-    for (const auto& text : {told.storedWhySuggested, item.clears}) {
-        if (text) texts.push_back(*text);
-    }
+// Of an explanation into which nothing was filled in.
+inline void expectExplainedInEnglish(const Explanation& told) {
+    std::vector<std::string> texts = {told.storedWhatItIs, told.storedWhatHappensNext};
+    if (told.storedWhySuggested) texts.push_back(*told.storedWhySuggested);
     if (told.regeneratedBy && told.regeneratedBy->kind != Regeneration::Kind::command)
         texts.push_back(told.regeneratedBy->storedText);
     for (const Fact& fact : told.facts) texts.push_back(fact.storedLabel);
     expectInEnglish(texts);
+}
+
+inline void expectInEnglish(const CleanupItem& item) {
+    expectExplainedInEnglish(item.explanation);
+    expectInEnglish({item.storedTitle, item.clears.value_or(item.storedTitle)});
 }
 
 }  // namespace brindle::test

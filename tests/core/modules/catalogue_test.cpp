@@ -7,20 +7,13 @@
 #include "core/guard/safety_guard.h"
 #include "core/modules/default_modules.h"
 #include "core/scan/cancellation_flag.h"
-#include "core/text/byte_format.h"
-#include "core/text/core_strings.h"
 #include "tests/support/disk_usage.h"
-#include "tests/support/test_home.h"
+#include "tests/support/item_checks.h"
 
 namespace brindle {
 namespace {
 
-ScanContext contextOf(const test::TestHome& home) {
-    ScanContext context;
-    context.home = home.path();
-    context.now = std::chrono::system_clock::now();
-    return context;
-}
+using test::contextOf;
 
 std::vector<const CatalogueModule*> catalogues() {
     static const ModuleList kModules = defaultModules({});
@@ -41,7 +34,6 @@ const CatalogueModule& catalogueOf(ModuleID id) {
 
 TEST(Catalogue, FindsEveryFolderWithItsSizeAndItsWayOut) {
     test::TestHome home;
-    std::set<std::string> expected;
     for (const CatalogueModule* catalogue : catalogues()) {
         for (const CacheSpec& spec : catalogue->specs()) home.file(spec.relativePath + "/sub/data", 30'000);
         for (const ProtectedSpec& spec : catalogue->protectedSpecs())
@@ -53,7 +45,9 @@ TEST(Catalogue, FindsEveryFolderWithItsSizeAndItsWayOut) {
     for (const CatalogueModule* catalogue : catalogues()) {
         const ModuleResult result = catalogue->scan(context);
         EXPECT_TRUE(result.isToolchainInstalled);
+        test::expectInEnglish({std::string(sourceName(catalogue->id()))});
         for (const CleanupItem& item : result.items) {
+            test::expectInEnglish(item);
             EXPECT_TRUE(ids.insert(item.id).second) << item.id;
             EXPECT_TRUE(item.id.starts_with(std::string(rawText(result.moduleID)) + ".")) << item.id;
             const std::string folder = home.path() + item.storedDetail.substr(1);
@@ -98,29 +92,11 @@ TEST(Catalogue, FindsCachesWhereThisSystemKeepsThem) {
     EXPECT_TRUE(pip.empty());
 #else
     ASSERT_EQ(pip.size(), 1U);
-    EXPECT_EQ(pip[0].storedDetail, "~/.cache/pip");
     EXPECT_EQ(pip[0].removal.affectedPaths(), std::vector{home.path(".cache/pip")});
     EXPECT_EQ(catalogueOf(ModuleID::go).scan(context).items.size(), 1U);
     home.file("Library/Caches/pip/wheel");
     EXPECT_EQ(catalogueOf(ModuleID::python).scan(context).items[0].storedDetail, "~/Library/Caches/pip");
 #endif
-}
-
-// A text that no catalogue knows could never be translated.
-TEST(Catalogue, HasEveryTextInTheEnglishStrings) {
-    const ResourceBundle english(test::resourcesFolder(), "core", {"en"});
-    std::vector<std::string> texts = {"Last modified", "Files", "Nothing is removed by Brindle."};
-    for (const CatalogueModule* catalogue : catalogues()) {
-        texts.emplace_back(sourceName(catalogue->id()));
-        for (const CacheSpec& spec : catalogue->specs()) {
-            texts.insert(texts.end(), {spec.title, spec.whatItIs, spec.whatHappensNext, spec.whySuggested});
-            if (spec.regeneratedBy.kind != Regeneration::Kind::command)
-                texts.push_back(spec.regeneratedBy.storedText);
-        }
-        for (const ProtectedSpec& spec : catalogue->protectedSpecs())
-            texts.insert(texts.end(), {spec.title, spec.reason});
-    }
-    for (const std::string& text : texts) EXPECT_EQ(english.text(text, ""), text);
 }
 
 }  // namespace

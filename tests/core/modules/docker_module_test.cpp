@@ -42,22 +42,14 @@ TEST(DockerModule, OffersWhatTheEngineReportsAndCountsNothingTwice) {
     EXPECT_TRUE(result.unreachable.empty());
     EXPECT_EQ(result.totalBytes(), occupied);
     const CleanupItem& image = result.items[0];
-    EXPECT_EQ(image.id, "docker.footprint");
     EXPECT_EQ(image.classification, Classification::protected_);
     EXPECT_EQ(test::factOf(image, "Size on disk"), ByteFormat::shortText(occupied) + " (sparse)");
     EXPECT_EQ(test::factOf(image, "Listed separately"), "253.0 KB");
-    EXPECT_NE(image.explanation.storedWhatItIs.find("Data/vms/0. It occupies 1.0 MB of"), std::string::npos);
     test::expectInEnglish({image.storedTitle, image.explanation.storedWhatHappensNext, "Size on disk",
                            "Listed separately", result.items[1].storedDetail,
                            test::factOf(result.items[3], "Named volumes")});
-    const CleanupItem& images = result.items[1];
-    EXPECT_EQ(images.id, "docker.images");
-    EXPECT_EQ(images.bytes(), 200'000U);
-    EXPECT_EQ(images.measurement.source, DirectoryMeasurement::Source::reported);
-    EXPECT_EQ(images.explanation.facts, (std::vector<Fact>{{"Total", "3"},
-                                                           {"In use", "1"},
-                                                           {"Reclaimable", "200.0 KB"},
-                                                           {"Removed via", "docker image prune -a -f"}}));
+    EXPECT_EQ(result.items[1].bytes(), 200'000U);
+    EXPECT_EQ(result.items[1].measurement.source, DirectoryMeasurement::Source::reported);
     for (const std::size_t row : {1U, 2U, 3U, 4U}) test::expectInEnglish(result.items[row]);
 
     // Another engine of this machine keeps its data elsewhere.
@@ -75,16 +67,14 @@ TEST(DockerModule, SaysWhyAnEngineHasNothingToOffer) {
         Answers answers;
         std::string asked, remedy;
     };
+    const Answers far = {{kContext, {"\"ssh://me@far\"\n"}}, {kUsage, {kReport}}};
+    const Answers unclear = {{kContext, {"no such command", 1}}, {kUsage, {kReport}}};
     const std::vector<Case> cases = {
         {{{kContext, here}}, silent, "Start Docker Desktop"},
         {{{kContext, here}, {kUsage, {"", 1}}}, silent, "Start Docker Desktop"},
         {{{kContext, here}, {kUsage, {"garbage"}}}, silent, "Start Docker Desktop"},
-        {{{kContext, {"\"ssh://me@far\"\n"}}, {kUsage, {kReport}}},
-         inspect,
-         "Docker is set to work on another"},
-        {{{kContext, {"no such command", 1}}, {kUsage, {kReport}}},
-         inspect,
-         "Brindle could not tell whether"}};
+        {far, inspect, "Docker is set to work on another"},
+        {unclear, inspect, "Brindle could not tell whether"}};
     EXPECT_FALSE(scanWith(home, {}).isToolchainInstalled);
     for (const bool hasImage : {false, true}) {
         if (hasImage) home.file(std::string(kImage) + "/Docker.raw");
@@ -96,9 +86,6 @@ TEST(DockerModule, SaysWhyAnEngineHasNothingToOffer) {
             EXPECT_EQ(problem.path, each.asked);
             EXPECT_TRUE(problem.storedRemedy.starts_with(each.remedy)) << problem.storedRemedy;
             test::expectInEnglish({problem.storedRemedy});
-            if (!hasImage) continue;
-            const std::string label = each.asked == silent ? silent : "Docker's engine";
-            EXPECT_EQ(test::factOf(result.items[0], label), problem.storedRemedy);
         }
     }
     EXPECT_EQ(scanWith(home, {}).unreachable.at(0).path, silent);

@@ -6,9 +6,8 @@
 #include <atomic>
 
 #include "core/platform/machine.h"
-#include "core/text/core_strings.h"
 #include "tests/support/disk_usage.h"
-#include "tests/support/test_home.h"
+#include "tests/support/item_checks.h"
 
 namespace brindle {
 namespace {
@@ -19,23 +18,17 @@ using testing::IsEmpty;
 constexpr std::int64_t kDay = 86'400;
 
 std::string informationOf(const std::string& identifier) {
-    return "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + identifier +
-           "</string></dict></plist>";
+    return "<plist><dict><key>CFBundleIdentifier</key><string>" + identifier + "</string></dict></plist>";
 }
 
 // A small Mac in a home: /Applications is its folder "apps".
 class Leftovers : public testing::Test {
   protected:
     Leftovers() {
-        context.home = home.path();
-        context.now = std::chrono::system_clock::now();
         settings.applicationFolders = {home.path("apps"), "Applications"};
         settings.serviceFolders = {"Library/LaunchAgents"};
         settings.commandFolders = {".local/bin"};
-        settings.databaseKnows = [this](const std::string& identifier) -> std::optional<bool> {
-            asked.push_back(identifier);
-            return false;
-        };
+        settings.databaseKnows = [](const std::string&) { return false; };
         settings.runningPrograms = [] { return std::vector<std::string>(); };
         settings.mayReadContainers = [](const std::string&) { return true; };
         home.text("apps/Present.app/Contents/Info.plist", informationOf("com.present.app"));
@@ -70,9 +63,8 @@ class Leftovers : public testing::Test {
     }
 
     test::TestHome home;
-    ScanContext context;
+    ScanContext context = test::contextOf(home);
     LeftoverSettings settings;
-    std::vector<std::string> asked;
 };
 
 TEST_F(Leftovers, AreOneItemAnApplicationWithAllItsFoldersTheLargestFirst) {
@@ -93,33 +85,13 @@ TEST_F(Leftovers, AreOneItemAnApplicationWithAllItsFoldersTheLargestFirst) {
     EXPECT_EQ(item.storedDetail, "~/Library/Application Support/com.gone.app and 3 more");
     EXPECT_EQ(item.bytes(), test::diskUsage(support) + test::diskUsage(updater) + test::diskUsage(caches) +
                                 test::diskUsage(cookies));
-    const std::vector<Fact>& facts = item.explanation.facts;
-    ASSERT_EQ(facts.size(), 4U);
-    EXPECT_EQ(facts[0], (Fact{"Identifier", "com.gone.app"}));
-    EXPECT_EQ(facts[2], (Fact{"Newest file", "last month"}));
-    EXPECT_EQ(result.items[1].explanation.facts.at(4),
-              (Fact{"Still installed from the same vendor", "com.present.app"}));
-
-    const ResourceBundle english(test::resourcesFolder(), "core", {"en"});
-    for (const CleanupItem& each : result.items) {
-        const Explanation& told = each.explanation;
-        for (const std::string& text :
-             {told.storedWhatItIs, told.storedWhatHappensNext, *told.storedWhySuggested,
-              told.regeneratedBy->storedText, facts[3].storedValue}) {
-            EXPECT_EQ(english.text(text, ""), text);
-        }
-        for (const Fact& fact : told.facts) EXPECT_EQ(english.text(fact.storedLabel, ""), fact.storedLabel);
-    }
+    EXPECT_EQ(test::factOf(item, "Newest file"), "last month");
+    EXPECT_EQ(test::factOf(result.items[1], "Still installed from the same vendor"), "com.present.app");
+    for (const CleanupItem& each : result.items) test::expectExplainedInEnglish(each.explanation);
+    test::expectInEnglish({item.explanation.facts.at(3).storedValue});
 }
 
 TEST_F(Leftovers, LeaveOutWhatAnySourceKnows) {
-    // The same as an XML list, in binary.
-    home.text("Applications/Tools/Binary.app/Contents/Info.plist",
-              std::string_view("bplist00\xd1\x01\x02_\x10\x12"
-                               "CFBundleIdentifier_\x10\x0f"
-                               "com.binary.tool\x08\x0b "
-                               "\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x32",
-                               85));
     for (const auto& [place, identifier] : std::vector<std::pair<std::string, std::string>>{
              {"apps/Present.app/Contents/Library/LoginItems/Start.app/Contents/Info.plist", "com.login.item"},
              {"apps/Present.app/Contents/PlugIns/Share.appex/Contents/Info.plist", "com.share.extension"},
@@ -127,6 +99,7 @@ TEST_F(Leftovers, LeaveOutWhatAnySourceKnows) {
               "Info.plist",
               "com.service.nested"},
              {"apps/Phone.app/Wrapper/Phone.app/Info.plist", "com.phone.app"},
+             {"Applications/Tools/Deep.app/Contents/Info.plist", "com.deep.tool"},
              {"elsewhere/Linked.app/Contents/Info.plist", "com.linked.app"},
              {"opt/Running.app/Contents/Info.plist", "com.running.app"}}) {
         home.text(place, informationOf(identifier));
@@ -142,8 +115,8 @@ TEST_F(Leftovers, LeaveOutWhatAnySourceKnows) {
                            std::string("/bin/com.tool.daemon")};
     };
     settings.databaseKnows = [](const std::string& identifier) { return identifier == "com.record.app"; };
-    for (const char* const name : {"com.binary.tool", "com.present.app.helper", "com.agent.job",
-                                   "com.label.job", "com.tool.daemon", "com.record.app.helper"}) {
+    for (const char* name : {"com.present.app.helper", "com.agent.job", "com.label.job", "com.tool.daemon",
+                             "com.record.app.helper"}) {
         data("Caches", name);
     }
     data("Application Support", "com.started.here");
@@ -190,22 +163,20 @@ TEST_F(Leftovers, KnowTheAgeOfFilesThatWereCountedElsewhere) {
 
 TEST_F(Leftovers, AreNotClaimedWhereASourceIsSilent) {
     data("Caches", "com.gone.app");
-    const auto database = settings.databaseKnows;
+    const LeftoverSettings whole = settings;
+    const auto expectNothingFor = [&](const std::string& silent) {
+        EXPECT_THAT(found(), IsEmpty());
+        EXPECT_THAT(unreachable(), ElementsAre(silent));
+        settings = whole;
+    };
     settings.databaseKnows = [](const std::string&) { return std::nullopt; };
-    EXPECT_THAT(found(), IsEmpty());
-    EXPECT_THAT(unreachable(), ElementsAre("the system's record of applications"));
-    settings.databaseKnows = database;
-    const auto running = settings.runningPrograms;
+    expectNothingFor("the system's record of applications");
     settings.runningPrograms = [] { return std::nullopt; };
-    EXPECT_THAT(found(), IsEmpty());
-    EXPECT_THAT(unreachable(), ElementsAre("running programs"));
-    settings.runningPrograms = running;
+    expectNothingFor("running programs");
     settings.applicationFolders.insert(settings.applicationFolders.begin(), home.path("missing"));
-    EXPECT_THAT(found(), IsEmpty());
-    EXPECT_THAT(unreachable(), ElementsAre(home.path("missing")));
+    expectNothingFor(home.path("missing"));
     settings.applicationFolders = {home.folder("none")};
-    EXPECT_THAT(found(), IsEmpty());
-    EXPECT_THAT(unreachable(), ElementsAre("application folders"));
+    expectNothingFor("application folders");
 
     settings.applicationFolders = {"nowhere"};
     EXPECT_FALSE(LeftoversModule(settings).isPresent(context));
@@ -213,12 +184,10 @@ TEST_F(Leftovers, AreNotClaimedWhereASourceIsSilent) {
 }
 
 TEST_F(Leftovers, SpareWhatMayBelongToAnApplicationThatIsNotKnown) {
-    data("Caches", "com.vendor.broken");
-    data("Caches", "com.vendor.away");
-    data("Caches", "com.vendor.loaded");
-    data("Caches", "com.vendor.faraway");
-    data("Caches", "com.vendor.alias");
-    data("Caches", "com.gone.app");
+    for (const char* name : {"com.vendor.broken", "com.vendor.away", "com.vendor.loaded",
+                             "com.vendor.faraway", "com.vendor.alias", "com.gone.app"}) {
+        data("Caches", name);
+    }
     home.text("apps/Alias.app", "what the Finder makes");
     home.text("apps/Broken.app/Contents/Info.plist", "bplist00 and no more");
     home.link("apps/Away.app", "/Volumes/Away/Away.app");
@@ -227,7 +196,7 @@ TEST_F(Leftovers, SpareWhatMayBelongToAnApplicationThatIsNotKnown) {
         return std::vector{home.path("Downloads/Loaded.app/Contents/MacOS/x"),
                            std::string("/Volumes/Gone/Faraway.app/Contents/MacOS/x")};
     };
-    const std::string container = data("Containers", "com.boxed.app");
+    data("Containers", "com.boxed.app");
     EXPECT_THAT(found(), ElementsAre("leftovers.com.boxed.app", "leftovers.com.gone.app"));
     EXPECT_THAT(unreachable(), ElementsAre(home.path("apps/Broken.app")));
     settings.mayReadContainers = [](const std::string&) { return false; };

@@ -9,10 +9,10 @@
 #include "core/platform/files.h"
 #include "core/platform/path_text.h"
 #include "core/scan/scanner.h"
-#include "core/text/core_strings.h"
 #include "tests/support/disk_usage.h"
+#include "tests/support/item_checks.h"
+#include "tests/support/sample_project.h"
 #include "tests/support/stand_in_engine.h"
-#include "tests/support/test_home.h"
 
 namespace brindle {
 namespace {
@@ -38,9 +38,11 @@ std::string described(const CleanupItem& item, const std::string& home) {
     for (const std::string& path : item.removal.affectedPaths()) text += abbreviatedPath(path, home) + " ";
     text += "\n";
     for (const Fact& fact : item.explanation.facts) {
+        if (fact.storedLabel == "Last modified" || fact.storedLabel == "Files") continue;  // every item's
         // Sizes are those of the file system; they are compared with du's.
         const bool isSize = fact.storedValue.contains("B") && fact.storedValue.contains('.');
-        text += "    " + fact.storedLabel + ": " + (isSize ? "(size)" : fact.storedValue) + "\n";
+        if (!isSize && fact.storedLabel != "Removed via")
+            text += "    " + fact.storedLabel + ": " + fact.storedValue + "\n";
     }
     return text;
 }
@@ -56,22 +58,15 @@ std::vector<std::string> foldersOf(const CleanupItem& item, const TestHome& home
     return {home.path() + path.substr(1)};
 }
 
-bool hasDockerClient() {
-    return ProcessRunner("/", {}).locate("docker").has_value();
-}
-
 // With the environment's SAMPLE_HOME_COPY set to a file, what was found is written there.
 TEST(SampleHome, ShowsEveryPileAsItIs) {
-    if (!hasDockerClient()) GTEST_SKIP() << "needs the docker client";
-    CoreStrings::setBundles(ResourceBundle(test::resourcesFolder(), "core", {"en"}), {});
+    if (!ProcessRunner("/", {}).locate("docker")) GTEST_SKIP() << "needs the docker client";
+    test::speakEnglish();
     TestHome home;
     const std::string script = test::resourcesFolder() + "/../tools/sample_home.py";
     ASSERT_EQ(std::system(("python3 '" + script + "' '" + home.path() + "'").c_str()), 0);
     const test::StandInEngine engine(kEngineState, "answer", "1.50", home.path(".docker/run/docker.sock"));
-    ScanContext context;
-    context.home = home.path();
-    context.now = std::chrono::system_clock::now();
-    const ScanReport report = Scanner(defaultModules(settingsFor(home))).scan(context, {});
+    const ScanReport report = Scanner(defaultModules(settingsFor(home))).scan(test::contextOf(home), {});
 
     const SafetyGuard guard({.home = home.path(), .appLeftovers = report.vouchedLeftoverPaths()});
     std::string found;
@@ -82,6 +77,7 @@ TEST(SampleHome, ShowsEveryPileAsItIs) {
         for (const CleanupItem& item : items) {
             if (item.moduleID != module) continue;
             found += described(item, home.path());
+            if (module == ModuleID::node) test::expectInEnglish(item);
             EXPECT_EQ(guard.verdictForItem(item).isAllowed(),
                       item.classification != Classification::protected_)
                 << item.id;

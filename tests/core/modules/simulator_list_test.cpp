@@ -17,11 +17,7 @@ std::string listWith(const std::string& fields,
 }
 
 TEST(SimulatorList, TellsAvailabilityInEveryFormItHasHad) {
-    struct Case {
-        std::string fields;
-        bool isAvailable;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::pair<std::string, bool>> cases = {
         {R"_(,"availability":"(available)")_", true},
         {R"_(,"availability":"(unavailable, runtime profile not found)")_", false},
         {R"_(,"availability":" (unavailable, runtime profile not found)","availabilityError":"")_", false},
@@ -37,28 +33,20 @@ TEST(SimulatorList, TellsAvailabilityInEveryFormItHasHad) {
         {R"_(,"isAvailable":"perhaps","availability":"(gone)")_", true},
         {"", true},
     };
-    for (const Case& entry : cases) {
-        const auto devices = parseSimulatorDevices(listWith(entry.fields));
-        ASSERT_TRUE(devices && devices->size() == 1) << entry.fields;
-        EXPECT_EQ(devices->front().isAvailable, entry.isAvailable) << entry.fields;
-        EXPECT_EQ(devices->front().udid, kUdid);
-    }
+    for (const auto& [fields, isAvailable] : cases)
+        EXPECT_EQ(parseSimulatorDevices(listWith(fields)).value().at(0).isAvailable, isAvailable) << fields;
 }
 
 TEST(SimulatorList, ReadsNamesStatesAndRuntimeKeysOldAndNew) {
     const std::string newest = listWith(
-        R"(,"name":"iPhone 16","state":"Shutdown","isAvailable":true,"dataPath":"\/Users\/x\/data",)"
-        R"("dataPathSize":18446744073709551615,"logPathSize":-1,"lastBootedAt":"2026-01-31T10:05:00Z",)"
-        R"("deviceTypeIdentifier":"com.apple.CoreSimulator.SimDeviceType.iPhone-16","future":{"a":[1]})");
+        R"(,"name":"iPhone 16","state":"Shutdown","isAvailable":true,"dataPathSize":18446744073709551615,)"
+        R"("logPathSize":-1,"future":{"a":[1]})");
     EXPECT_EQ(parseSimulatorDevices(newest),
               (std::vector<SimulatorDevice>{{std::string(kUdid), "iPhone 16", "iOS 18.2", true, true}}));
     EXPECT_EQ(parseSimulatorDevices("Install Started\n1%....\nInstall Succeeded\n" + newest + "\n"),
               parseSimulatorDevices(newest));
 
-    struct Key {
-        std::string key;
-        std::string name;
-    };
+    using Key = std::pair<std::string, std::string>;
     for (const auto& [key, name] : {Key{"iOS 12.1", "iOS 12.1"},
                                     {"com.apple.CoreSimulator.SimRuntime.watchOS-7-0-1", "watchOS 7.0.1"},
                                     {"Unavailable: com.apple.CoreSimulator.SimRuntime.tvOS-9-2", "tvOS 9.2"},

@@ -63,12 +63,10 @@ bool lies(const std::string& path) {
 // A volume of its own, seen by this process alone; gone with the object.
 class Volume {
   public:
-    Volume(std::string path, const char* source) : path_(std::move(path)) {
-        const bool isApart =
-            ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-        const bool isBound = source != nullptr;
-        isMounted_ = isApart && ::mount(isBound ? source : "tmpfs", path_.c_str(),
-                                        isBound ? nullptr : "tmpfs", isBound ? MS_BIND : 0, nullptr) == 0;
+    explicit Volume(std::string path, const char* source = nullptr) : path_(std::move(path)) {
+        const unsigned long flags = source == nullptr ? 0 : MS_BIND;
+        isMounted_ = ::unshare(CLONE_NEWNS) == 0 && ::mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                     ::mount(source, path_.c_str(), "tmpfs", flags, nullptr) == 0;
     }
     ~Volume() {
         if (isMounted_) ::umount2(path_.c_str(), MNT_DETACH);
@@ -83,11 +81,8 @@ class Volume {
 };
 
 TEST(TrashRecord, CutsNamesOnBytesAndEncodesAllThatIsNotPlain) {
-    const std::string accents = [] {
-        std::string text = "a";
-        for (int index = 0; index < 127; ++index) text += "\xc3\xa9";
-        return text;
-    }();
+    std::string accents = "a";
+    for (int index = 0; index < 127; ++index) accents += "\xc3\xa9";
     EXPECT_EQ(trashName(accents, 1), accents.substr(0, 245));
     EXPECT_EQ(trashName(accents, 2), accents.substr(0, 243) + ".2") << "no half character";
     EXPECT_EQ(trashName(std::string(255, '\x80'), 12), std::string(242, '\x80') + ".12");
@@ -114,8 +109,7 @@ TEST(Trash, KeepsEveryNameApartAndPutsEachBack) {
         const FileStatus second = *statusOf(two);
         const auto firstPut = put(trash, one);
         const auto secondPut = put(trash, two);
-        ASSERT_TRUE(firstPut) << firstPut.error().describe();
-        ASSERT_TRUE(secondPut) << secondPut.error().describe();
+        ASSERT_TRUE(firstPut && secondPut) << name;
         EXPECT_EQ(folderOf(firstPut->path), home.path(".local/share/Trash/files"));
         EXPECT_THAT(secondPut->path, testing::EndsWith(".2"));
         EXPECT_FALSE(lies(one) || lies(two));
@@ -126,13 +120,12 @@ TEST(Trash, KeepsEveryNameApartAndPutsEachBack) {
         EXPECT_EQ(trash.putBack(secondPut->path, one, first).error().kind, Kind::replaced);
         ASSERT_TRUE(trash.putBack(firstPut->path, one, first));
         ASSERT_TRUE(trash.putBack(secondPut->path, two, second));
-        EXPECT_EQ(readFile(one), "one");
-        EXPECT_EQ(readFile(two), "two");
+        EXPECT_EQ(*readFile(one) + *readFile(two), "onetwo");
         EXPECT_EQ(trash.find(second, two), std::nullopt);
         EXPECT_EQ(trash.putBack(secondPut->path, two, second).error().kind, Kind::missing);
     }
-    EXPECT_THAT(*listFolder(home.path(".local/share/Trash/files")), IsEmpty());
-    EXPECT_THAT(*listFolder(home.path(".local/share/Trash/info")), IsEmpty());
+    for (const char* part : {"files", "info"})
+        EXPECT_THAT(*listFolder(home.path(std::string(".local/share/Trash/") + part)), IsEmpty());
     for (const char* made : {".local", ".local/share", ".local/share/Trash", ".local/share/Trash/info"})
         EXPECT_EQ(statusOf(home.path(made))->mode & 0777U, 0700U) << made;
 }
@@ -179,7 +172,7 @@ TEST(Trash, TakesTheVolumesOwnForAnotherVolume) {
           Case{"a part is a link", [](TestHome& at) { at.link("v/.Trash-0/info", "../t"); }, ""},
           Case{"somebody else's",
                [](TestHome& at) { (void)!::chown(at.folder("v/.Trash-0").c_str(), 65534, 65534); }, ""}}) {
-        const Volume volume(home.folder("v"), nullptr);
+        const Volume volume(home.folder("v"));
         if (!volume.isMounted()) GTEST_SKIP() << kNeedsMounts;
         each.prepare(home);
         const std::string path = home.text("v/sub folder/object", "x");
@@ -225,7 +218,6 @@ TEST(Trash, TrustsNoPartThatIsALink) {
         const auto done = put(trash, path);
         ASSERT_FALSE(done) << part;
         EXPECT_EQ(done.error().kind, Kind::noTrash) << part;
-        EXPECT_THAT(done.error().describe(), StartsWith("no Trash on its volume can take ")) << part;
         EXPECT_EQ(readFile(path), "x") << part;
         EXPECT_FALSE(lies(home.path("none"))) << part;
         EXPECT_THAT(*listFolder(home.path("lure")), IsEmpty()) << part;
@@ -257,13 +249,12 @@ TEST(Trash, LeavesWhatIsNotTheApprovedObject) {
     EXPECT_EQ(putAs(trash, home.path("none"), otherMode).error().kind, Kind::missing);
     EXPECT_EQ(readFile(path), "x");
     EXPECT_THAT(*listFolder(home.path(".local/share/Trash/info")), IsEmpty());
-    // Into itself.
-    EXPECT_EQ(put(trash, home.path(".local")).error().cause.code, EINVAL);
+    EXPECT_EQ(put(trash, home.path(".local")).error().cause.code, EINVAL) << "into itself";
 }
 
 TEST(Trash, NeverKeepsWhatWasSwappedInAtTheLastMoment) {
     TestHome home;
-    const Volume volume(home.folder("v"), nullptr);
+    const Volume volume(home.folder("v"));
     const int rounds = volume.isMounted() ? 10'000 : 100;  // on a disk each is synced
     const Trash trash(home.path("v"));
     const std::string path = home.text("v/leaf/object", "approved");

@@ -41,10 +41,8 @@ TEST(Volume, FindsTheMountPointThatHoldsAPath) {
     EXPECT_EQ(mounts.below("/"), (Paths{"/home", "/home/a b", "/last", "/odd\\040\tx"}));
     EXPECT_EQ(mounts.below("/home"), Paths{"/home/a b"});
     for (const char* none : {"/home/a", "/home/a b", "/hom", "/odd"}) EXPECT_EQ(mounts.below(none), Paths());
-    EXPECT_EQ(MountPoints().below("/"), Paths());
     EXPECT_TRUE(MountPoints::fromTable("").areKnown() && MountPoints::current().areKnown());
     EXPECT_FALSE(MountPoints().areKnown());
-    EXPECT_EQ(mountPointHolding("/home", ""), std::nullopt);
     EXPECT_EQ(mountPointHolding("/etc", "22 21 8:2 / /home rw\n"), std::nullopt);
 }
 
@@ -60,16 +58,9 @@ TEST(Volume, TellsTheCapacityBehindALink) {
     struct statvfs volume = {};
     ASSERT_EQ(statvfs(home.path().c_str(), &volume), 0);
     EXPECT_EQ(capacity->totalBytes, std::uint64_t{volume.f_blocks} * volume.f_frsize);
-#endif
-}
-
-TEST(Volume, SaysNoWhereThereIsNothingToTell) {
-    test::TestHome home;
-    EXPECT_EQ(volumeCapacity(home.path("none")).error().kind, Error::Kind::missing);
-    EXPECT_EQ(volumeCapacity(home.link("dangling", "none")).error().kind, Error::Kind::missing);
-#ifdef __linux__
     EXPECT_EQ(volumeCapacity("/proc").error().code, ENOTSUP);
 #endif
+    EXPECT_EQ(volumeCapacity(home.link("dangling", "none")).error().kind, Error::Kind::missing);
 }
 
 // A yes where there are none costs a note; a no where there are some would be a false promise.
@@ -86,13 +77,11 @@ TEST(Volume, DeniesClonesOnlyWhereTheSystemRefusesToMakeOne) {
 #endif
 }
 
-TEST(Machine, KnowsItsOwnProgramAndLimits) {
+TEST(Machine, KnowsItsOwnProgram) {
     const auto program = executablePath();
     ASSERT_TRUE(program);
     EXPECT_TRUE(program->ends_with("/test_platform")) << *program;
     EXPECT_EQ(canonicalPath(*program + "/..").error().kind, Error::Kind::missing);
-    EXPECT_GE(processorCount(), 1U);
-    EXPECT_GE(descriptorLimit(), 20U);
 }
 
 TEST(Machine, TakesTheHomeFromTheUserDatabaseAndNotFromTheEnvironment) {
