@@ -97,7 +97,7 @@ DefaultsValue storedForm(const std::vector<Record>& records) {
     return DefaultsData{list.dump()};
 }
 
-bool isSameDay(TimePoint left, TimePoint right) {
+bool areOfOneDay(TimePoint left, TimePoint right) {
     using std::chrono::floor;
     return isSameDay(floor<std::chrono::seconds>(left), floor<std::chrono::seconds>(right));
 }
@@ -121,7 +121,7 @@ std::optional<ModuleGrowth> largestBetween(const ModuleTotals& earliest, const M
 
 const ModuleTotals* onDayOf(TimePoint date, const std::vector<ModuleTotals>& totals) {
     const auto found =
-        std::ranges::find_if(totals, [&](const ModuleTotals& each) { return isSameDay(each.date, date); });
+        std::ranges::find_if(totals, [&](const ModuleTotals& each) { return areOfOneDay(each.date, date); });
     return found == totals.end() ? nullptr : &*found;
 }
 
@@ -142,7 +142,7 @@ std::expected<void, Error> StorageTrend::record(const DiskInfo& disk, TimePoint 
         auto kept = recordsIn<StorageSample>(stored, now, sampleIn);
         dropOld(kept, now);
         std::erase_if(kept, [&](const StorageSample& sample) {
-            return sample.totalBytes != disk.totalBytes || isSameDay(sample.date, now);
+            return sample.totalBytes != disk.totalBytes || areOfOneDay(sample.date, now);
         });
         kept.push_back({now, disk.freeBytes, disk.totalBytes});
         return std::expected<std::optional<DefaultsValue>, Error>(storedForm(kept));
@@ -155,9 +155,9 @@ std::expected<void, Error> StorageTrend::recordTotals(std::map<ModuleID, std::ui
         auto kept = recordsIn<ModuleTotals>(stored, now, totalsIn);
         dropOld(kept, now);
         for (const ModuleTotals& each : kept) {
-            if (isSameDay(each.date, now)) bytes.insert(each.bytes.begin(), each.bytes.end());
+            if (areOfOneDay(each.date, now)) bytes.insert(each.bytes.begin(), each.bytes.end());
         }
-        std::erase_if(kept, [&](const ModuleTotals& each) { return isSameDay(each.date, now); });
+        std::erase_if(kept, [&](const ModuleTotals& each) { return areOfOneDay(each.date, now); });
         kept.push_back({now, bytes});
         return std::expected<std::optional<DefaultsValue>, Error>(storedForm(kept));
     });

