@@ -1,6 +1,7 @@
 // A cleanup whose paths are exchanged while it runs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -138,6 +139,7 @@ TEST(SessionAttack, RemovesNothingThatWasSwappedIn) {
     const ScanReport report;
     std::map<RemovalMethod, int> methods;
     std::vector<std::string> trashed;
+    std::vector<PathIdentity> approved;
     const auto isEnough = [&] {
         return swaps >= kSwaps && methods[RemovalMethod::deleted] >= kTaken &&
                methods[RemovalMethod::trashed] >= kTaken;
@@ -150,12 +152,16 @@ TEST(SessionAttack, RemovesNothingThatWasSwappedIn) {
             const std::string made = std::string("made/") + name;
             const std::string path = home.path(std::string(".cache/parent/") + name);
             fill(home, made, "goes", 4);
-            CleanupItem item = itemAt(path, classification);
-            item.pathIdentities.clear();
-            if (const auto identity = PathIdentity::read(home.path(made)))
-                item.pathIdentities.emplace(path, *identity);
+            const auto fresh = PathIdentity::read(home.path(made));
+            ASSERT_TRUE(fresh);
+            approved.push_back(*fresh);
             std::error_code failed;
             fs::rename(home.path(made), path, failed);
+            // One of before may lie there still, brought back by the attacker after its cleanup had given up.
+            const auto there = failed ? PathIdentity::read(path) : fresh;
+            const bool isOurs = there && std::ranges::find(approved, *there) != approved.end();
+            CleanupItem item = itemAt(path, classification);
+            item.pathIdentities = {{path, isOurs ? *there : *fresh}};
             order.items.push_back(std::move(item));
         }
         const auto outcome = session.clean(order);
