@@ -259,9 +259,9 @@ std::string outcomeText(const CleanResult& result, const Look& look) {
     text += leftAloneText(result.leftAlone, look);
     if (result.outcome.isInterrupted) {
         const std::size_t untouched = result.items.size() - receipt.entries.size();
-        text += paragraphText(
-            localized("The cleanup was cut short.") + " " + counted("count.itemsNotBegun", untouched), 0,
-            look);
+        std::string sentence = localized("The cleanup was cut short.");
+        if (untouched > 0) sentence += " " + counted("count.itemsNotBegun", untouched);
+        text += paragraphText(sentence, 0, look);
     }
     text += paragraphText(freedText(receipt), 0, look);
     const std::string volume = volumeText(result);

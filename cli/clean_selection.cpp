@@ -39,14 +39,24 @@ std::string idsOf(const std::vector<CleanupItem>& items) {
 // A slip of the finger must not name anything.
 constexpr std::size_t kShortestPart = 3;
 
-Found itemWithPart(const std::string& subject, const std::vector<CleanupItem>& items) {
+// "pip" is "python.pip" whatever else there is; a part of a name means something else on another day.
+bool isLastPart(std::string_view subject, std::string_view id) {
+    return id.ends_with(subject) && id.size() > subject.size() && id[id.size() - subject.size() - 1] == '.';
+}
+
+Found itemWithPart(const std::string& subject, const std::vector<CleanupItem>& items, bool isAsked) {
     const auto named = std::ranges::find(items, subject, &CleanupItem::id);
     if (named != items.end()) return *named;
     std::vector<CleanupItem> found;
     std::ranges::copy_if(items, std::back_inserter(found),
                          [&](const CleanupItem& item) { return item.id.contains(subject); });
     if (subject.size() < kShortestPart || found.empty()) return unknown(subject, items);
-    if (found.size() == 1) return found.front();
+    if (found.size() == 1 && (isAsked || isLastPart(subject, found.front().id))) return found.front();
+    if (found.size() == 1) {
+        return std::unexpected(SelectionError{
+            ExitCode::usage, localized("%@ is a part of the name %@; --yes takes only whole names",
+                                       printable(subject), printable(found.front().id))});
+    }
     return std::unexpected(SelectionError{
         ExitCode::usage, localized("%@ may mean several items: %@", printable(subject), idsOf(found))});
 }
@@ -72,7 +82,8 @@ Found itemNamed(const std::string& subject, const SelectionQuestion& question,
                 const std::vector<CleanupItem>& items) {
     const auto exact = std::ranges::find(items, subject, &CleanupItem::id);
     if (exact != items.end()) return *exact;
-    if (!looksLikePath(subject) || moduleNamedBy(subject)) return itemWithPart(subject, items);
+    if (!looksLikePath(subject) || moduleNamedBy(subject))
+        return itemWithPart(subject, items, !question.wish.isConfirmed);
     const auto path = absolutePath(subject, question.workingFolder, question.home);
     if (path) return itemAtPath(*path, question, items);
     return std::unexpected(SelectionError{ExitCode::failed, localized("the current folder is gone")});

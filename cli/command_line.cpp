@@ -139,7 +139,8 @@ std::optional<Outcome> settleEarlierCleanup(const CommandContext& context) {
     complain(context.streams, sentence);
     if (context.options.command != Command::clean) return std::nullopt;
     if (kind != CleanRefusal::Kind::historyUnreadable) return Outcome{ExitCode::failed, ""};
-    complain(context.streams, localized("History cannot be read; cleanup has not started."));
+    if (!context.session.history().loadChecked())
+        complain(context.streams, localized("History cannot be read; cleanup has not started."));
     return Outcome{ExitCode::kHistoryUnreadable, ""};
 }
 

@@ -118,7 +118,7 @@ Rows rowsOf(const ReceiptEntry& entry, bool wasDryRun, const std::string& home) 
     if (entry.regeneratedBy) addText(rows, localized("How it comes back"), returnText(*entry.regeneratedBy));
     addText(rows, localized("Note"), entry.note.value_or(""));
     for (const std::string& failure : entry.pathFailures.value_or(std::vector<std::string>()))
-        addText(rows, localized("Not removed"), failure);
+        addText(rows, localized("What went wrong"), failure);
     Row trashed{localized("In the Trash"), {}};
     for (const PlaceInTrash& place : placesInTrash(entry))
         trashed.paragraphs.push_back(placeText(place, home));

@@ -163,6 +163,21 @@ std::expected<void, Error> StorageTrend::recordTotals(std::map<ModuleID, std::ui
     });
 }
 
+std::expected<void, Error> StorageTrend::subtractFromTotals(const std::map<ModuleID, std::uint64_t>& freed,
+                                                            TimePoint now) {
+    return defaults_->update(kTotalsKey, [&](const std::optional<DefaultsValue>& stored) {
+        auto kept = recordsIn<ModuleTotals>(stored, now, totalsIn);
+        for (ModuleTotals& each : kept) {
+            if (!areOfOneDay(each.date, now)) continue;
+            for (auto& [module, bytes] : each.bytes) {
+                const auto found = freed.find(module);
+                if (found != freed.end()) bytes -= std::min(bytes, found->second);
+            }
+        }
+        return std::expected<std::optional<DefaultsValue>, Error>(storedForm(kept));
+    });
+}
+
 std::optional<double> StorageTrend::daysUntilLowSpace(std::vector<StorageSample> samples,
                                                       std::uint64_t threshold) {
     if (samples.size() < kLeastSamples) return std::nullopt;

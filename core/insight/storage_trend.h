@@ -56,6 +56,10 @@ class StorageTrend {
     // Likewise; a module that `bytes` lacks keeps the total that an earlier scan of the day found.
     std::expected<void, Error> recordTotals(std::map<ModuleID, std::uint64_t> bytes, TimePoint now);
 
+    // What a cleanup freed goes off that day's totals.
+    std::expected<void, Error> subtractFromTotals(const std::map<ModuleID, std::uint64_t>& freed,
+                                                  TimePoint now);
+
     // In days, from the first and the latest sample; absent unless at least three of one capacity that span a week
     // show a decline that has not yet reached the threshold.
     static std::optional<double> daysUntilLowSpace(std::vector<StorageSample> samples,

@@ -109,7 +109,9 @@ Receipt Cleaner::clean(const CleanRequest& request) const {
     for (const CleanupItem& item : request.items) {
         if (request.isCancelled()) break;
         request.onItem(item);
-        receipt.entries.push_back(handled(item, request));
+        auto entry = handled(item, request);
+        if (!entry) break;
+        receipt.entries.push_back(*std::move(entry));
         const bool isRecorded = request.onEntry(receipt.entries.back());
         request.onProgress({.completed = receipt.entries.size(),
                             .total = request.items.size(),
@@ -120,10 +122,12 @@ Receipt Cleaner::clean(const CleanRequest& request) const {
     return receipt;
 }
 
-ReceiptEntry Cleaner::handled(const CleanupItem& item, const CleanRequest& request) const {
+// Absent when a cancellation cut off the look at the item, before anything was done.
+std::optional<ReceiptEntry> Cleaner::handled(const CleanupItem& item, const CleanRequest& request) const {
     ReceiptEntry entry = plannedItem(item).entry;
     entry.method = RemovalMethod::refused;
     if (item.moduleID == ModuleID::projects && !isStillOffered(item, request)) {
+        if (request.isCancelled()) return std::nullopt;
         entry.note = localized("The project changed since the scan. Scan and review it again.");
         return entry;
     }
@@ -132,7 +136,9 @@ ReceiptEntry Cleaner::handled(const CleanupItem& item, const CleanRequest& reque
         return entry;
     }
     if (!item.removal.isCommand()) return removePaths(item, request);
-    return CommandRemoval(means_.tools, request.safety).run(item, request.isDryRun, request.isCancelled);
+    entry = CommandRemoval(means_.tools, request.safety).run(item, request.isDryRun, request.isCancelled);
+    if (entry.method == RemovalMethod::refused && request.isCancelled()) return std::nullopt;
+    return entry;
 }
 
 // The guard takes a project's folders for generated on the word of the scan: so the word is asked for again, Git's too.

@@ -60,7 +60,7 @@ class Cleaner {
     Receipt clean(const CleanRequest& request) const;
 
   private:
-    ReceiptEntry handled(const CleanupItem& item, const CleanRequest& request) const;
+    std::optional<ReceiptEntry> handled(const CleanupItem& item, const CleanRequest& request) const;
     ReceiptEntry removePaths(const CleanupItem& item, const CleanRequest& request) const;
     bool isStillOffered(const CleanupItem& item, const CleanRequest& request) const;
 

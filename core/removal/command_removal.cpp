@@ -130,7 +130,7 @@ ReceiptEntry CommandRemoval::run(const CleanupItem& item, bool isRehearsal,
 // A tool that fails, or is stopped, may have removed a great deal before.
 void CommandRemoval::fail(ReceiptEntry& entry, const RunCommand& command,
                           std::optional<std::uint64_t> before) const {
-    const auto left = before ? dataOf(command) : std::nullopt;
+    const auto left = before ? dataLeft(command) : std::nullopt;
     if (!left) {
         if (before) entry.note = *entry.note + " " + localized("It may have removed something.");
     } else if (*left < *before) {
@@ -181,7 +181,7 @@ void CommandRemoval::succeed(ReceiptEntry& entry, const RunCommand& command, con
     std::optional<std::uint64_t> freed = reclaimedBytes(output);
     if (!freed && isEngine) freed = builderTotalBytes(output);
     if (!freed && before) {
-        if (const auto left = dataOf(command)) freed = *before - std::min(*left, *before);
+        if (const auto left = dataLeft(command)) freed = *before - std::min(*left, *before);
     }
     if (freed) entry.bytes = *freed;
     if (isEngine) entry.note = engineAfterword();
@@ -202,6 +202,16 @@ std::optional<std::uint64_t> CommandRemoval::dataOf(const RunCommand& command) c
         isThere = true;
     }
     return isThere ? std::optional(sum) : std::nullopt;
+}
+
+// Likewise afterwards: a tool may take the folder itself away.
+std::optional<std::uint64_t> CommandRemoval::dataLeft(const RunCommand& command) const {
+    const auto places = dataLocationsOf(commandOf(command), guard_.home());
+    const bool isAllGone = std::ranges::all_of(places, [](const std::string& place) {
+        const auto status = statusOf(place);
+        return !status && status.error().kind == Error::Kind::missing;
+    });
+    return isAllGone ? std::optional<std::uint64_t>(0) : dataOf(command);
 }
 
 std::optional<std::string> CommandRemoval::engineAfterword() const {

@@ -37,6 +37,7 @@ class CommandRemoval {
     void fail(ReceiptEntry& entry, const RunCommand& command, std::optional<std::uint64_t> before) const;
     void succeed(ReceiptEntry& entry, const RunCommand& command, const std::string& output,
                  std::optional<std::uint64_t> before) const;
+    std::optional<std::uint64_t> dataLeft(const RunCommand& command) const;
     std::optional<std::uint64_t> dataOf(const RunCommand& command) const;
     std::optional<std::string> engineAfterword() const;
 

@@ -54,6 +54,16 @@ std::expected<void, Error> HistoryStore::appendChecked(const Receipt& receipt) {
     return store(*receipts);
 }
 
+std::expected<void, Error> HistoryStore::mayAppend(const Receipt& receipt) const {
+    auto receipts = loadChecked();
+    if (!receipts) return std::unexpected(receipts.error().cause);
+    receipts->insert(receipts->begin(), receipt);
+    auto readable = receiptsFromText(receiptsText(*receipts));
+    if (readable) return {};
+    readable.error().path = url();
+    return std::unexpected(readable.error());
+}
+
 std::expected<void, Error> HistoryStore::replaceChecked(const Receipt& receipt) {
     auto receipts = loadChecked();
     if (!receipts) return std::unexpected(receipts.error().cause);

@@ -44,6 +44,9 @@ class HistoryStore {
     bool append(const Receipt& receipt);
     std::expected<void, Error> appendChecked(const Receipt& receipt);  // the same, with the reason
 
+    // Whether the history could take up such a receipt: it is readable, and would still be. Nothing is written.
+    std::expected<void, Error> mayAppend(const Receipt& receipt) const;
+
     // The receipt takes the place of the stored one with its identity; Kind::missing when there is none. Otherwise as
     // appendChecked().
     std::expected<void, Error> replaceChecked(const Receipt& receipt);

@@ -50,16 +50,19 @@ void lookAt(const std::string& path, const PlannedItem& item, const RemovalProbe
         remains.untouched.push_back(path);
         return;
     }
-    auto place = probe.placeInTrash(path, before->second);
-    if (!place && item.entry.method == RemovalMethod::trashed) return noteUnknown(path, remains);
-    if (place && *place) {
-        const PathIdentity& was = before->second;
-        remains.inTrash.push_back({.from = path,
-                                   .to = **std::move(place),
-                                   .device = was.device,
-                                   .inode = was.inode,
-                                   .mode = was.mode});
-        return;
+    // Another thing may have got the number of one that was deleted: only what was meant for the Trash is looked for.
+    if (item.entry.method == RemovalMethod::trashed) {
+        auto place = probe.placeInTrash(path, before->second);
+        if (!place) return noteUnknown(path, remains);
+        if (*place) {
+            const PathIdentity& was = before->second;
+            remains.inTrash.push_back({.from = path,
+                                       .to = **std::move(place),
+                                       .device = was.device,
+                                       .inode = was.inode,
+                                       .mode = was.mode});
+            return;
+        }
     }
     ++remains.gone;
     if (*now) {

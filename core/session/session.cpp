@@ -61,11 +61,13 @@ std::vector<UnreachableLocation> unreachableOf(const ScanContext& context) {
     return unreachable;
 }
 
-// Of the modules that looked into all that they wanted to.
+// Of the modules that looked into all that they wanted to. What projects and applications that are gone take up is
+// counted from the day on which it is offered: it has not grown when that day comes.
 std::map<ModuleID, std::uint64_t> wholeTotals(const ScanReport& report) {
     std::map<ModuleID, std::uint64_t> totals;
     for (const ModuleResult& module : report.modules) {
-        if (module.unreachable.empty()) totals[module.moduleID] = module.totalBytes();
+        const bool isOffer = module.moduleID == ModuleID::projects || module.moduleID == ModuleID::leftovers;
+        if (!isOffer && module.unreachable.empty()) totals[module.moduleID] = module.totalBytes();
     }
     return totals;
 }

@@ -121,9 +121,10 @@ class Session {
     Trash trash() const;
 
   private:
-    std::expected<FileLock, CleanRefusal> cleanupLock() const;
+    std::expected<FileLock, Error> cleanupLock() const;
     std::expected<CleanOutcome, CleanRefusal> cleanLocked(CleanRequest request) const;
     void recordSample(const ScanReport& report, const ScanOptions& options) const;
+    void recordSample(const Receipt& receipt) const;
     std::string variable(std::string_view name) const;  // of the environment; empty when it is not set
     ProjectSearch projectSearch(const ScanContext& context) const;
 

@@ -4,8 +4,10 @@
 #include <utility>
 
 #include "core/measure/directory_sizer.h"
+#include "core/model/byte_sum.h"
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
+#include "core/platform/path_text.h"
 #include "core/removal/cleanup_journal.h"
 #include "core/removal/interrupted_cleanup.h"
 #include "core/removal/tree_remover.h"
@@ -50,7 +52,12 @@ class DiskProbe : public RemovalProbe {
 
     std::expected<std::optional<std::string>, Error> placeInTrash(
         const std::string& path, const PathIdentity& identity) const override {
-        return trash_.find({.device = identity.device, .inode = identity.inode, .mode = identity.mode}, path);
+        // Since a restart the volume may have another number.
+        std::string folder = folderOf(path);
+        while (folder != "/" && !statusOf(folder)) folder = folderOf(folder);
+        const auto status = statusOf(folder);
+        if (!status) return std::unexpected(status.error());
+        return trash_.find({.device = status->device, .inode = identity.inode, .mode = identity.mode}, path);
     }
 
   private:
@@ -79,6 +86,34 @@ CleanupIntent intentOf(const CleanRequest& request) {
     return intent;
 }
 
+// The longest receipt that may come of it: everything in the Trash, and something to say of each path.
+Receipt longestReceipt(const CleanRequest& request) {
+    Receipt receipt{
+        .id = request.id, .performedAt = request.startedAt, .entries = {}, .wasDryRun = request.isDryRun};
+    for (const CleanupItem& item : request.items) {
+        ReceiptEntry entry = plannedItem(item).entry;
+        entry.note = std::string(1000, 'x');
+        entry.pathFailures.emplace();
+        entry.trashedPaths.emplace();
+        entry.trashedObjects.emplace();
+        for (const std::string& path : entry.paths) {
+            const std::string longest = path + std::string(256, 'x');
+            entry.pathFailures->push_back(longest);
+            entry.trashedPaths->push_back(longest);
+            entry.trashedObjects->push_back({.from = path, .to = longest});
+        }
+        receipt.entries.push_back(std::move(entry));
+    }
+    return receipt;
+}
+
+// Where a cancellation came while a tool was running.
+bool hasFailedAtTheEnd(const Receipt& receipt) {
+    if (receipt.entries.empty()) return false;
+    const ReceiptEntry& last = receipt.entries.back();
+    return last.method == RemovalMethod::failed || last.isPartialFailure();
+}
+
 std::optional<VolumeCapacity> capacityOf(const std::string& home) {
     auto capacity = volumeCapacity(home);
     return capacity ? std::optional(*std::move(capacity)) : std::nullopt;
@@ -91,7 +126,7 @@ Trash Session::trash() const {
 }
 
 // A child that a killed process was just about to start may hold the lock for a moment longer.
-std::expected<FileLock, CleanRefusal> Session::cleanupLock() const {
+std::expected<FileLock, Error> Session::cleanupLock() const {
     constexpr int kTries = 10;
     constexpr auto kPause = std::chrono::milliseconds(30);
     const std::string path = history().directory() + "/cleanup.lock";
@@ -100,27 +135,29 @@ std::expected<FileLock, CleanRefusal> Session::cleanupLock() const {
         std::this_thread::sleep_for(kPause);
         lock = FileLock::tryAcquire(path);
     }
-    if (lock) return *std::move(lock);
-    if (lock.error().kind != Error::Kind::busy) return notRecordable(lock.error());
-    return refusal(CleanRefusal::Kind::busy, localized("Another cleanup is running."));
+    return lock;
 }
 
 std::expected<std::optional<Receipt>, CleanRefusal> Session::recordInterrupted() const {
     const auto journal = statusOf(journalPath(history().directory()));
     if (!journal && journal.error().kind == Error::Kind::missing) return std::nullopt;
     const auto lock = cleanupLock();
-    if (!lock && lock.error().kind == CleanRefusal::Kind::busy) return std::nullopt;
-    if (!lock) return std::unexpected(lock.error());
+    if (!lock && lock.error().kind == Error::Kind::busy) return std::nullopt;
+    const auto failed = [](CleanRefusal::Kind kind, const Error& error) {
+        return refusal(kind,
+                       localized("An interrupted cleanup could not be recorded: %@.", error.describe()));
+    };
+    if (!lock) return failed(CleanRefusal::Kind::notRecordable, lock.error());
     auto recorded = recordWhatWasLeft(history(), trash());
     if (recorded) return *std::move(recorded);
-    return refusal(
-        CleanRefusal::Kind::historyUnreadable,
-        localized("An interrupted cleanup could not be recorded: %@.", recorded.error().describe()));
+    return failed(CleanRefusal::Kind::historyUnreadable, recorded.error());
 }
 
 std::expected<CleanOutcome, CleanRefusal> Session::clean(const CleanOrder& order) const {
     const auto lock = cleanupLock();
-    if (!lock) return std::unexpected(lock.error());
+    if (!lock && lock.error().kind == Error::Kind::busy)
+        return refusal(CleanRefusal::Kind::busy, localized("Another cleanup is running."));
+    if (!lock) return notRecordable(lock.error());
     if (!recordWhatWasLeft(history(), trash()) || !history().loadChecked()) return unreadableHistory();
     const auto guard = safetyGuard(order.report);
     if (!guard) return refusal(CleanRefusal::Kind::settingsUnreadable, guard.error().describe());
@@ -136,9 +173,22 @@ std::expected<CleanOutcome, CleanRefusal> Session::clean(const CleanOrder& order
                         .onProgress = order.onProgress});
 }
 
+void Session::recordSample(const Receipt& receipt) const {
+    const TimePoint now = std::chrono::system_clock::now();
+    if (const auto disk = DiskInfo::current(home_.path)) (void)trend().record(*disk, now);
+    std::map<ModuleID, std::uint64_t> freed;
+    for (const ReceiptEntry& entry : receipt.entries) {
+        if (!entry.isFreeing() || entry.method == RemovalMethod::trashed) continue;
+        std::uint64_t& sum = freed[entry.moduleID];
+        sum = addBytes(sum, entry.bytes);
+    }
+    if (!freed.empty()) (void)trend().subtractFromTotals(freed, now);
+}
+
 // A rehearsal has nothing to lose, and so no journal.
 std::expected<CleanOutcome, CleanRefusal> Session::cleanLocked(CleanRequest request) const {
     HistoryStore store = history();
+    if (auto fits = store.mayAppend(longestReceipt(request)); !fits) return notRecordable(fits.error());
     std::optional<CleanupJournal> journal;
     if (!request.isDryRun) {
         auto begun = CleanupJournal::begin(store.directory(), intentOf(request));
@@ -150,9 +200,9 @@ std::expected<CleanOutcome, CleanRefusal> Session::cleanLocked(CleanRequest requ
     outcome.before = capacityOf(home_.path);
     outcome.receipt = Cleaner({toolbox(), trash(), home_.path}).clean(request);
     outcome.after = capacityOf(home_.path);
-    if (const auto disk = DiskInfo::current(home_.path); disk && !request.isDryRun)
-        (void)trend().record(*disk, std::chrono::system_clock::now());
-    outcome.isInterrupted = outcome.receipt.entries.size() < request.items.size();
+    outcome.isInterrupted = outcome.receipt.entries.size() < request.items.size() ||
+                            (request.isCancelled() && hasFailedAtTheEnd(outcome.receipt));
+    if (!request.isDryRun) recordSample(outcome.receipt);
     outcome.isRecorded = store.append(outcome.receipt);
     // Not recorded: the journal stays, and the next start makes the receipt from it.
     if (journal && outcome.isRecorded) outcome.isRecorded = journal->finish().has_value();
