@@ -107,6 +107,7 @@ TEST(CleanCommand, RefusesWhatIsUnclearUnsafeOrUnasked) {
         {{"--module", "go", "--yes"}, ExitCode::kNothingToDo, "there is nothing to clean"},
         {{"--safe"}, ExitCode::failed, "no terminal on which to ask first"},
         {{"python.pup", "--yes"}, ExitCode::notFound, "did you mean python.pip?"},
+        {{"cargoReg", "--yes"}, ExitCode::usage, "--yes takes only whole names"},
         {{"o", "--yes"}, ExitCode::notFound, "this scan found no item o"},
         {{".cache", "--yes"}, ExitCode::usage, "~/.cache is no item itself; it holds tools.hf"},
         {{".cache/huggingface/hub/model", "--yes"}, ExitCode::usage, "a part of the item tools.hf"},

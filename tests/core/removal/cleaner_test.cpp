@@ -205,6 +205,28 @@ TEST_F(CleanerTest, RunsAToolAndBelievesWhatItSays) {
     }
 }
 
+TEST_F(CleanerTest, MeasuresWhatAToolTookBeforeItFailedAndBeginsNothingAfterACancellation) {
+    const std::string data = home.path(".cache/uv");
+    home.file(".cache/uv/x");
+    const std::map<std::string, test::CannedAnswer> answers = {{"uv cache dir", {data + "\n"}},
+                                                               {"uv cache clean", {"error: x\n", 2}}};
+    Toolbox tools = test::cannedTools(answers);
+    tools.run = [&](auto executable, const auto& arguments, const RunOptions& options) {
+        if (arguments.back() == "clean") fs::remove_all(data);
+        return test::cannedTools(answers).run(executable, arguments, options);
+    };
+    const CleanupItem item = itemOf("t", {RunCommand{"uv", {"cache", "clean"}}});
+    const ReceiptEntry entry = cleanOne(item, false, tools);
+    EXPECT_EQ(entry.method, RemovalMethod::command);
+    EXPECT_GE(entry.bytes, 5000U);
+    EXPECT_TRUE(entry.isPartialFailure());
+
+    // Asked where its data lies, the tool has no time to answer.
+    int asked = 0;
+    isCancelled = [&] { return asked++ > 0; };
+    EXPECT_TRUE(clean({item}, false, test::cannedTools({})).entries.empty());
+}
+
 TEST(ToolReport, ReadsReasonsAndSizes) {
     const std::pair<std::string, std::optional<std::string>> reasons[] = {
         {"npm warn x\nnpm ERR! code E\n  at a\n\tat b\nnpm ERR! more\n", "npm ERR! code E at a at b"},

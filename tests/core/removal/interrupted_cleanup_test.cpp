@@ -139,6 +139,7 @@ TEST(InterruptedCleanup, SaysOfTheItemUnderWayWhatBecameOfIt) {
     const std::string unknown = ": may be gone; it could not be looked up after the cleanup was interrupted";
     const Row rows[] = {
         {deleted, {"/a"}, {}, deleted, 1000},
+        {deleted, {"/a"}, {{"/a", {{}, {}, "/T/has its number"}}}, deleted, 1000},
         {deleted, {"/a"}, {{"/a", {kOther}}}, deleted, 1000, {"/a: something else lies there now"}},
         {deleted, {"/a"}, {{"/a", {kBefore, 1000}}}, failed, 1000, {"/a" + still}},
         {deleted, {"/a"}, {{"/a", {kAfterRestart, 300}}}, deleted, 700, {"/a" + partlyRemoved}},
