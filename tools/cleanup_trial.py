@@ -17,6 +17,7 @@ import time
 
 DATA = "Library/Application Support/Brindle"
 TRASH = ".local/share/Trash"
+SETTINGS = ".config"  # where a cleanup leaves its sample of the disk
 OLD_RECEIPT = {"id": "00000000-0000-4000-8000-000000000001", "performedAt": "2026-01-02T03:04:05Z", "wasDryRun": False,
                "entries": [{"itemID": "rust.old", "moduleID": "rust", "title": "Old", "paths": ["/gone"], "bytes": 7,
                             "method": "deleted"}]}
@@ -143,7 +144,8 @@ class Trial:
     def rest(self):
         """All that no cleanup may change: modes and times, names and bytes."""
         chosen = {path for item in self.items for path in item.paths}
-        return tree(self.base, {*chosen, self.data, self.home / TRASH, self.home / DATA_OF_TOOL, self.base / "tmp"})
+        own = {self.data, self.home / TRASH, self.home / DATA_OF_TOOL, self.home / SETTINGS, self.base / "tmp"}
+        return tree(self.base, own | {*chosen})
 
     def command(self, step, *words):
         return [str(self.driver), step, str(self.home), *map(str, words)]

@@ -7,6 +7,7 @@
 
 #include "core/platform/base64.h"
 #include "core/platform/files.h"
+#include "core/platform/path_text.h"
 #include "core/platform/user_defaults.h"
 #include "core/text/printable.h"
 
@@ -153,6 +154,7 @@ class FileDefaults final : public UserDefaults {
     std::expected<void, Error> update(std::string_view key, const Change& change) override {
         const auto lock = FileLock::acquire(path_ + ".lock");
         if (!lock) return std::unexpected(lock.error());
+        removeAbandonedFiles(folderOf(path_));
         auto document = read();
         if (!document) return std::unexpected(document.error());
         const auto stored = valueIn(*document, key);

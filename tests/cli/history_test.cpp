@@ -83,7 +83,7 @@ TEST_F(HistoryCommands, ListAndPageTellWhatWentAndHowItComesBack) {
               unwrapped(list.result));
     const auto page = runIn(home, {"history", "abcd0", "--no-color"}, {.terminal = 120});
     expectAll({"2.0 MB freed, 1.0 MB moved to the Trash: free once it is emptied.",
-               "deleted, but not all of it 1.0 MB", "by running: cargo build", "Not removed ~/x: busy",
+               "deleted, but not all of it 1.0 MB", "by running: cargo build", "What went wrong ~/x: busy",
                "odd \\xFF\\x1B[2J: can be put back to ~/Library/odd \\xFF\\x1B[2J",
                "refused: nothing was touched 1.0 MB", "brindle restore ABCD0000"},
               unwrapped(page.result));

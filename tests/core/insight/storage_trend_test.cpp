@@ -112,7 +112,9 @@ TEST_F(StoredTrend, NamesACauseOnlyWhereBothDaysAreKnown) {
     const ModuleGrowth docker{ModuleID::docker, 8 * kGB};
     EXPECT_EQ(StorageTrend::largestGrowth(trend_.totals(dayAfter(7))), docker);
 
+    ASSERT_TRUE(defaults_->remove("brindle.storageTotals"));
     note(0, {{ModuleID::docker, 1 * kGB}, {ModuleID::rust, 7 * kGB}});
+    note(7, {{ModuleID::docker, 9 * kGB}, {ModuleID::node, 30 * kGB}});
     EXPECT_EQ(cause(), docker) << "node was not looked into on the first day";
     ASSERT_TRUE(trend_.subtractFromTotals({{ModuleID::docker, 1 * kGB}, {ModuleID::go, kGB}}, dayAfter(7.1)));
     EXPECT_EQ(cause(), std::nullopt) << "half of the decline is not most of it";
