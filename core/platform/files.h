@@ -68,6 +68,9 @@ class TemporaryFolder {
 
     const std::string& path() const { return path_; }
 
+    // The first `most` bytes of a regular file in it, which is gone afterwards.
+    std::expected<std::string, Error> takeFile(std::string_view name, std::uint64_t most) const;
+
   private:
     explicit TemporaryFolder(std::string path) : path_(std::move(path)) {}
     void remove() noexcept;

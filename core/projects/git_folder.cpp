@@ -100,9 +100,10 @@ std::int64_t GitFolder::askCount(const std::vector<std::string>& arguments) {
 }
 
 std::optional<std::vector<GitRemote>> GitFolder::remotes(const std::vector<std::string>& within) {
-    auto remotes = remotesElsewhere(settings_, folder_, within);
-    if (!remotes) giveUp();
-    return remotes;
+    if (!remotes_ || remotes_->within != within)
+        remotes_ = KnownRemotes{within, remotesElsewhere(settings_, folder_, within)};
+    if (!remotes_->found) giveUp();
+    return remotes_->found;
 }
 
 std::int64_t GitFolder::askCommitsOnlyHere(const std::vector<std::string>& of,

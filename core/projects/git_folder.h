@@ -104,7 +104,13 @@ class GitFolder {
     GitUse* use_;
     GitOverrides overrides_ = baseGitOverrides();
     GitFilters filters_;
-    std::vector<GitSetting> settings_;  // those of remotes and their addresses
+    struct KnownRemotes {
+        std::vector<std::string> within;
+        std::optional<std::vector<GitRemote>> found;
+    };
+
+    std::optional<KnownRemotes> remotes_;  // as they were when they were first asked for
+    std::vector<GitSetting> settings_;     // those of remotes and their addresses
     std::size_t hashBytes_ = 20;
     std::string gitFolder_;
     std::string commonFolder_;

@@ -52,10 +52,13 @@ void stop(ChildProcess& child) {
 }
 
 // The files of one run; gone with it.
+constexpr std::string_view kOutputName = "stdout";
+constexpr std::string_view kErrorsName = "stderr";
+
 struct OutputFiles {
     TemporaryFolder folder;
-    std::string outputPath = folder.path() + "/stdout";
-    std::string errorsPath = folder.path() + "/stderr";
+    std::string outputPath = folder.path() + "/" + std::string(kOutputName);
+    std::string errorsPath = folder.path() + "/" + std::string(kErrorsName);
 };
 
 // Returns when the child has ended by itself, or with the reason why it has to be stopped.
@@ -87,8 +90,8 @@ std::optional<ProcessError> watch(ChildProcess& child, const OutputFiles& files,
     }
 }
 
-std::expected<std::string, ProcessError> wholeOutput(const std::string& path) {
-    auto content = readFileFrom(path, 0, ProcessRunner::kOutputLimit + 1);
+std::expected<std::string, ProcessError> wholeOutput(const OutputFiles& files, std::string_view name) {
+    auto content = files.folder.takeFile(name, ProcessRunner::kOutputLimit + 1);
     if (!content) return std::unexpected(errorFor(content.error()));
     if (content->size() > ProcessRunner::kOutputLimit)
         return std::unexpected(plainError(Kind::tooMuchOutput));
@@ -96,9 +99,9 @@ std::expected<std::string, ProcessError> wholeOutput(const std::string& path) {
 }
 
 Outcome resultOf(ChildProcess& child, const OutputFiles& files) {
-    auto output = wholeOutput(files.outputPath);
+    auto output = wholeOutput(files, kOutputName);
     if (!output) return std::unexpected(output.error());
-    auto errors = wholeOutput(files.errorsPath);
+    auto errors = wholeOutput(files, kErrorsName);
     if (!errors) return std::unexpected(errors.error());
     return ProcessResult{.status = child.wait(), .output = std::move(*output), .errors = std::move(*errors)};
 }

@@ -181,6 +181,17 @@ TemporaryFolder& TemporaryFolder::operator=(TemporaryFolder&& other) noexcept {
     return *this;
 }
 
+// What may lie there is known: no need to ask what it is, and nothing that hangs.
+std::expected<std::string, Error> TemporaryFolder::takeFile(std::string_view name, std::uint64_t most) const {
+    const std::string path = path_ + "/" + std::string(name);
+    const Descriptor file(
+        retried([&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK); }));
+    if (!file) return failure("open", path);
+    auto content = readAll(file, path, 0, most);
+    ::unlink(path.c_str());
+    return content;
+}
+
 void TemporaryFolder::remove() noexcept {
     if (path_.empty()) return;
     std::error_code ignored;
