@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <latch>
 #include <sstream>
 #include <thread>
 
@@ -95,12 +96,20 @@ TEST(ProjectCollector, WaitsForADescriptor) {
     // A hard limit above what the kernel allows by now cannot be set again.
     const rlim_t enough = std::min<rlim_t>(before.rlim_cur, 1024);
     const rlimit none{0, enough};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    // The sanitizers want a descriptor themselves when the thread begins.
+    std::latch begun(1);
+    std::latch limited(1);
     const std::jthread other([&] {
+        begun.count_down();
+        limited.wait();
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         const rlimit again{enough, enough};
         setrlimit(RLIMIT_NOFILE, &again);
     });
+    begun.wait();
+    const int failure = setrlimit(RLIMIT_NOFILE, &none);
+    limited.count_down();
+    ASSERT_EQ(failure, 0);
     expectFound(home, {"", "", "P", "P/a"});
 }
 
