@@ -176,8 +176,8 @@ TEST(ExplainCommandUnprivileged, NeverTakesWhatItCouldNotSeeForNothing) {
 TEST(SettingsCommand, ChangesShowsAndResetsEverySettingByName) {
     TestHome home;
     const std::string shown = runIn(home, {"settings"}).result;
-    for (const json& setting : json::parse(runIn(home, {"settings", "--json"}).result)["settings"])
-        expectAll({setting["name"]}, shown);
+    const json document = json::parse(runIn(home, {"settings", "--json"}).result);
+    for (const json& setting : document["settings"]) expectAll({setting["name"]}, shown);
     EXPECT_EQ(runIn(home, {"settings", "cadence", "monthly"}).code, ExitCode::success);
     EXPECT_TRUE(contains(runIn(home, {"settings", "cadence"}).result, "monthly"));
     EXPECT_EQ(runIn(home, {"settings", "--reset", "cadence"}).code, ExitCode::success);
