@@ -2,7 +2,8 @@
 // is the program without its scan and its dialogue, so that the time of a run is the time of the cleanup.
 //
 // Usage: cleanup_driver clean HOME ITEMS   one cleanup; ITEMS: [{"id", "classification", "paths" or "command"}]
-//        cleanup_driver start HOME         what every start does: records what an interrupted cleanup has left
+//        cleanup_driver start HOME         what every start does: records what an interrupted cleanup has left; and then
+//                                          a sample of the disk, as each scan does
 //        cleanup_driver back HOME TRASHED ORIGINAL
 //
 // Prints one JSON object. Exit 0: done; 3: refused or failed, which "refused" explains; 2: wrongly called. With
@@ -10,6 +11,7 @@
 #include <tbb/global_control.h>
 
 #include <fmt/format.h>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -17,6 +19,7 @@
 #include <span>
 
 #include "core/measure/directory_sizer.h"
+#include "core/model/disk_info.h"
 #include "core/model/receipt_json.h"
 #include "core/session/session.h"
 
@@ -71,6 +74,8 @@ Exit start(const Session& session) {
     if (!recorded) return tellRefusal(recorded.error().sentence);
     const auto receipts = session.history().loadChecked();
     if (!receipts) return tellRefusal(receipts.error().cause.describe());
+    if (const auto disk = DiskInfo::current(session.home()))
+        (void)session.trend().record(*disk, std::chrono::system_clock::now());
     return tell(done, {{"receipts", receipts->size()}, {"hasRecorded", recorded->has_value()}});
 }
 
