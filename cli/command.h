@@ -37,6 +37,7 @@ Outcome runRestore(const CommandContext& context);
 Outcome runProjects(const CommandContext& context);
 Outcome runProject(const CommandContext& context);
 Outcome runDisk(const CommandContext& context);
+Outcome runSchedule(const CommandContext& context);
 Outcome runModules(const CommandContext& context);
 Outcome runSettings(const CommandContext& context);
 Outcome runDoctor(const CommandContext& context);
@@ -57,7 +58,10 @@ struct ShownScan {
     std::vector<ModuleID> unfinished;  // had not ended when Ctrl-C came; empty without it
 };
 
-// A scan with progress on the messages' terminal, which is clean again when this returns.
+// Says that space is low, once a day; nothing where the messages lead to no terminal.
+void warnOfLowSpace(const CommandContext& context, const ScanReport& report);
+
+// A scan with progress on the messages' terminal, which is clean again when this returns. Then warnOfLowSpace().
 ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options);
 
 // What is being done, on the messages' terminal, until it goes out of scope.

@@ -71,6 +71,7 @@ std::optional<Outcome> runManual(const Options& options, const OptionSet& set, c
         case Command::projects:
         case Command::project:
         case Command::disk:
+        case Command::schedule:
         case Command::modules:
         case Command::settings:
         case Command::doctor:
@@ -97,6 +98,8 @@ Outcome runOnHome(const CommandContext& context) {
             return runProject(context);
         case Command::disk:
             return runDisk(context);
+        case Command::schedule:
+            return runSchedule(context);
         case Command::modules:
             return runModules(context);
         case Command::settings:

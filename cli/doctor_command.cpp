@@ -6,6 +6,7 @@
 
 #include "cli/command.h"
 #include "cli/display_width.h"
+#include "cli/schedule_page.h"
 #include "cli/text_table.h"
 #include "cli/unreachable_view.h"
 #include "core/model/model_json.h"
@@ -37,6 +38,7 @@ struct Findings {
     bool isAccessGranted = true;
     std::string probes;
     std::vector<Tool> tools;
+    std::string timerProblem;  // of the timer that starts scheduled scans; empty: none, or all is well
     std::vector<UnreachableLocation> unreachable;
 };
 
@@ -52,15 +54,18 @@ std::string problemOfTexts(const std::string& resourceFolder) {
 Findings examine(const CommandContext& context) {
     const Session& session = context.session;
     const ProcessRunner runner = session.processRunner();
-    Findings findings{.home = session.home(),
-                      .volume = volumeCapacity(session.home()),
-                      .preferencesLocation = session.defaults().location(),
-                      .preferences = session.preferences().readable(),
-                      .catalogueProblem = problemOfTexts(context.surroundings.resourceFolder),
-                      .isAccessGranted = session.fullDiskAccess().isGranted(),
-                      .probes = session.fullDiskAccess().report(),
-                      .tools = {},
-                      .unreachable = {}};
+    Findings findings{
+        .home = session.home(),
+        .volume = volumeCapacity(session.home()),
+        .preferencesLocation = session.defaults().location(),
+        .preferences = session.preferences().readable(),
+        .catalogueProblem = problemOfTexts(context.surroundings.resourceFolder),
+        .isAccessGranted = session.fullDiskAccess().isGranted(),
+        .probes = session.fullDiskAccess().report(),
+        .tools = {},
+        .timerProblem = timerProblem(session.scheduleTimer(context.surroundings.program).state(),
+                                     context.surroundings.program),
+        .unreachable = {}};
     for (const std::string_view name : kTools) findings.tools.push_back({name, runner.locate(name)});
     ScanOptions options;
     options.includeProjects = false;
@@ -81,6 +86,7 @@ std::vector<std::string> suggestions(const Findings& findings) {
         list.push_back(
             localized("Install Brindle again: its texts are missing, so counted phrases are shown as keys."));
     }
+    if (!findings.timerProblem.empty()) list.push_back(findings.timerProblem);
     bool hasFailures = false;
     for (const UnreachableLocation& each : findings.unreachable) hasFailures |= !isDeliberate(each.reason);
     if (hasFailures) {
@@ -131,6 +137,9 @@ std::string jsonResult(const Findings& findings, bool isInterrupted) {
          {{"problem",
            findings.catalogueProblem.empty() ? Json(nullptr) : Json(jsonText(findings.catalogueProblem))}}},
         {"access", {{"isGranted", findings.isAccessGranted}, {"probes", probes}}},
+        {"timer",
+         {{"problem",
+           findings.timerProblem.empty() ? Json(nullptr) : Json(jsonText(findings.timerProblem))}}},
         {"tools", tools},
         {"unreachable", unreachable},
     };

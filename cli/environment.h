@@ -19,7 +19,8 @@ struct Surroundings {
     std::vector<std::string> environment;  // "NAME=value"
     std::string resourceFolder;            // holds LANG.lproj folders; need not exist
     std::string accountHome;               // from the user database; empty when it names none
-    std::string workingFolder;             // absolute, links resolved; empty when it is gone
+    std::string program;        // this program's file; absolute, empty when the system does not say
+    std::string workingFolder;  // absolute, links resolved; empty when it is gone
     std::function<bool()> isInterrupted = [] { return false; };
 };
 

@@ -2,6 +2,7 @@
 #include "cli/command.h"
 #include "cli/history_page.h"
 #include "cli/receipt_lookup.h"
+#include "cli/schedule_page.h"
 #include "core/model/model_json.h"
 #include "core/model/receipt_json.h"
 #include "core/platform/file_status.h"
@@ -40,10 +41,12 @@ Json receiptJson(const Receipt& receipt) {
             {"entries", std::move(entries)}};
 }
 
-std::string listJson(const std::vector<Receipt>& receipts) {
+std::string listJson(const std::vector<Receipt>& receipts, const std::vector<ScheduledRun>& runs) {
     Json list = Json::array();
     for (const Receipt& receipt : receipts) list.push_back(receiptJson(receipt));
-    return Json{{"schemaVersion", 1}, {"cleanups", std::move(list)}}.dump(2) + "\n";
+    return Json{{"schemaVersion", 1}, {"cleanups", std::move(list)}, {"scheduledRuns", runsJson(runs)}}.dump(
+               2) +
+           "\n";
 }
 
 std::string oneJson(const Receipt& receipt) {
@@ -67,10 +70,11 @@ std::expected<std::vector<Receipt>, Outcome> readableHistory(const CommandContex
 Outcome runHistory(const CommandContext& context) {
     const auto receipts = readableHistory(context);
     if (!receipts) return receipts.error();
-    const HistorySetting setting{context.session.home(), context.look};
+    const HistorySetting setting{context.session.home(), context.look, context.session.scheduleLog().runs()};
     const bool isJson = context.options.isJson;
     if (context.options.subject.empty()) {
-        return {ExitCode::success, isJson ? listJson(*receipts) : historyList(*receipts, setting)};
+        return {ExitCode::success,
+                isJson ? listJson(*receipts, setting.runs) : historyList(*receipts, setting)};
     }
     const auto index = receiptNamed(context.options.subject, *receipts);
     if (!index) {

@@ -6,6 +6,7 @@
 
 #include "cli/item_view.h"
 #include "cli/page_rows.h"
+#include "cli/schedule_page.h"
 #include "cli/text_table.h"
 #include "cli/unreachable_view.h"
 #include "core/platform/file_status.h"
@@ -52,8 +53,10 @@ std::int64_t countOf(const Receipt& receipt, RemovalMethod method) {
 // --- the list ---
 
 // What a row says behind the numbers, beginning with how many items there were.
-std::string remarks(const Receipt& receipt, const Look& look) {
+std::string remarks(const Receipt& receipt, const HistorySetting& setting) {
     std::vector<std::string> parts;
+    if (std::ranges::find(setting.runs, receipt.id, &ScheduledRun::receipt) != setting.runs.end())
+        parts.push_back(localized("by itself"));
     if (receipt.wasDryRun) parts.push_back(localized("rehearsal"));
     parts.push_back(CoreStrings::plural("count.items", static_cast<std::int64_t>(receipt.entries.size())));
     if (const auto refused = countOf(receipt, RemovalMethod::refused); refused > 0)
@@ -62,7 +65,7 @@ std::string remarks(const Receipt& receipt, const Look& look) {
                         std::ranges::count_if(receipt.entries, &ReceiptEntry::isPartialFailure);
     if (failed > 0) parts.push_back(CoreStrings::plural("count.itemsFailed", failed));
     if (canBePutBack(receipt)) parts.push_back(localized("can be put back"));
-    return fmt::format("{}", fmt::join(parts, look.glyphs.dot()));
+    return fmt::format("{}", fmt::join(parts, setting.look.glyphs.dot()));
 }
 
 // A rehearsal has freed nothing.
@@ -145,17 +148,18 @@ std::string sumsText(const Receipt& receipt) {
 
 std::string historyList(const std::vector<Receipt>& receipts, const HistorySetting& setting) {
     const Look& look = setting.look;
-    if (receipts.empty()) return paragraphText(localized("There was no cleanup yet."), 0, look);
+    const std::string runs = scheduledRunsText(setting.runs, look);
+    if (receipts.empty()) return paragraphText(localized("There was no cleanup yet."), 0, look) + runs;
     TextTable table(
         {"#", localized("Date"), localized("Freed"), localized("To the Trash"), localized("What")});
     for (std::size_t index = 0; index < receipts.size(); ++index) {
         const Receipt& receipt = receipts[index];
         table.add({ByteFormat::count(static_cast<std::int64_t>(index + 1)), receiptDate(receipt),
                    bytesText(receipt, receipt.reclaimedBytes()), bytesText(receipt, receipt.trashedBytes()),
-                   remarks(receipt, look)});
+                   remarks(receipt, setting)});
     }
     return table.text(look) + "\n" +
-           paragraphText(localized("\"brindle history %@\" tells more of the newest.", "1"), 0, look);
+           paragraphText(localized("\"brindle history %@\" tells more of the newest.", "1"), 0, look) + runs;
 }
 
 std::string historyPage(const Receipt& receipt, const std::string& identity, const HistorySetting& setting) {

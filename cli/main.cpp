@@ -7,6 +7,7 @@
 //   scan_command, explain_command, modules_command, settings_command, doctor_command     one a command
 //   clean_command       brindle clean; clean_selection: which items; clean_page: what is shown before and after
 //   history_command, restore_command   likewise; receipt_lookup: which cleanup is meant; history_page: list and page
+//   schedule_command    brindle schedule; schedule_page: how it stands, what a run did
 //   projects_command, project_command   likewise; recovery_dialogue: asks before a project is pushed
 //   report_view         the report of a scan, of storage_bar, item_view and unreachable_view
 //   answer              what a person typed at a question
@@ -24,11 +25,13 @@ int main(int count, char** arguments) {
     using namespace brindle;
     ignoreClosedPipes();
     installInterruptHandler();
+    const std::string program = executablePath().value_or("");
     Surroundings surroundings{
         .arguments = {arguments + (count > 0 ? 1 : 0), arguments + count},
         .environment = currentEnvironment(),
-        .resourceFolder = resourceFolderBeside(executablePath().value_or("")),
+        .resourceFolder = resourceFolderBeside(program),
         .accountHome = currentUserHome().value_or(""),
+        .program = program,
         .workingFolder = canonicalPath(".").value_or(""),
         .isInterrupted = interruptRequested,
     };

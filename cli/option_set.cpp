@@ -5,6 +5,7 @@
 #include <charconv>
 #include <utility>
 
+#include "cli/option_words.h"
 #include "cli/suggestion.h"
 #include "core/modules/default_modules.h"
 #include "core/settings/setting_keys.h"
@@ -28,7 +29,7 @@ struct NamedCommand {
     Command command;
 };
 
-constexpr std::array<NamedCommand, 14> kCommands = {{{"scan", Command::scan},
+constexpr std::array<NamedCommand, 15> kCommands = {{{"scan", Command::scan},
                                                      {"explain", Command::explain},
                                                      {"clean", Command::clean},
                                                      {"history", Command::history},
@@ -36,27 +37,13 @@ constexpr std::array<NamedCommand, 14> kCommands = {{{"scan", Command::scan},
                                                      {"projects", Command::projects},
                                                      {"project", Command::project},
                                                      {"disk", Command::disk},
+                                                     {"schedule", Command::schedule},
                                                      {"modules", Command::modules},
                                                      {"settings", Command::settings},
                                                      {"doctor", Command::doctor},
                                                      {"completion", Command::completion},
                                                      {"man", Command::man},
                                                      {"help", Command::help}}};
-
-Command commandOf(std::string_view name) {
-    const auto* found = std::ranges::find(kCommands, name, &NamedCommand::name);
-    return found == kCommands.end() ? Command::help : found->command;
-}
-
-std::string unguarded(std::string text) {
-    if (text.starts_with('\0')) text.erase(0, 1);
-    return text;
-}
-
-std::optional<std::string> given(const std::string& text, const CLI::Option* option) {
-    if (option->count() == 0) return std::nullopt;
-    return unguarded(text);
-}
 
 // "--json=3" is a mistake, not a yes.
 void addFlag(CLI::App& command, const std::string& name, bool& target, const std::string& description) {
@@ -92,19 +79,6 @@ std::vector<std::string> settingNames() {
     return names;
 }
 
-// "30d" or "8w", as days.
-std::optional<int> daysFromText(std::string_view text) {
-    constexpr int kMost = 100'000;
-    if (text.empty()) return std::nullopt;
-    const int unit = text.back() == 'd' ? 1 : text.back() == 'w' ? 7 : 0;
-    int number = 0;
-    const char* last = text.data() + text.size() - 1;
-    const auto [end, failure] = std::from_chars(text.data(), last, number);
-    if (unit == 0 || failure != std::errc() || end != last || number < 0 || number > kMost)
-        return std::nullopt;
-    return number * unit;
-}
-
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
@@ -112,6 +86,11 @@ std::string joined(const std::vector<std::string>& words) {
 }
 
 }  // namespace
+
+Command OptionSet::commandOf(std::string_view name) {
+    const auto* found = std::ranges::find(kCommands, name, &NamedCommand::name);
+    return found == kCommands.end() ? Command::help : found->command;
+}
 
 OptionSet::OptionSet() : program_(std::string(kAbout), "brindle") {
     program_.require_subcommand(0, 1);
@@ -129,6 +108,7 @@ OptionSet::OptionSet() : program_(std::string(kAbout), "brindle") {
     defineClean();
     defineHistory();
     defineProjects();
+    defineSchedule();
     defineSettings();
     defineManual();
 }
@@ -278,6 +258,27 @@ void OptionSet::defineProjects() {
     project.add_option("path", typed_.subject, "the project's folder")->type_name("PATH")->required();
     addFlag(project, "--recover", typed_.recover,
             "ask, then create a private repository and push, or push to the remote that is there");
+}
+
+void OptionSet::defineSchedule() {
+    CLI::App& schedule = command(
+        "schedule", "have scans run by themselves",
+        {{"brindle schedule", "how it stands: cadence, last and next run, timer"},
+         {"brindle schedule on weekly", "from now on, as often as that"},
+         {"brindle schedule install", "have the system start them, with a timer of your own"},
+         {"brindle settings auto-clean on", "let them remove what is safe and belongs to no project"}});
+    const CLI::Option* action =
+        schedule
+            .add_option(
+                "action", typed_.scheduleAction,
+                "what to do: show how it stands, if nothing is said; switch scheduled scans on or off; run "
+                "one now; install or remove the timer that starts them")
+            ->type_name("ACTION");
+    limitTo(action, {RawTexts<ScheduleAction>::kTexts.begin(), RawTexts<ScheduleAction>::kTexts.end()});
+    const CLI::Option* cadence =
+        schedule.add_option("cadence", typed_.cadence, "with on: how often")->type_name("CADENCE");
+    limitTo(cadence, {RawTexts<Cadence>::kTexts.begin(), RawTexts<Cadence>::kTexts.end()});
+    addFlag(schedule, "--if-due", typed_.ifDue, "with run: only when it is time, and at low priority");
 }
 
 void OptionSet::defineSettings() {
@@ -448,129 +449,6 @@ std::expected<void, UsageError> OptionSet::checkChoices() const {
         }
         const CLI::App* command = chosen();
         return std::unexpected(UsageError{sentence, command != nullptr ? command->get_name() : ""});
-    }
-    return {};
-}
-
-Options OptionSet::general() const {
-    Options options;
-    options.home = given(typed_.home, program_.get_option("--home"));
-    options.language = given(typed_.language, program_.get_option("--lang"));
-    options.isJson = typed_.json;
-    options.isColourForbidden = typed_.noColour;
-    return options;
-}
-
-std::expected<Options, UsageError> OptionSet::understood() const {
-    Options options = general();
-    const CLI::App* command = chosen();
-    if (command == nullptr && options.isJson) {
-        return std::unexpected(UsageError{localized("--json needs a command"), ""});
-    }
-    if (command == nullptr) return options;
-    options.command = commandOf(command->get_name());
-    options.helpTopic = unguarded(typed_.topic);
-    options.subject = unguarded(typed_.subject);
-    options.shell = unguarded(typed_.shell);
-    if (auto read = readScan(options); !read) return std::unexpected(read.error());
-    if (auto read = readClean(options); !read) return std::unexpected(read.error());
-    if (auto read = readHistory(options); !read) return std::unexpected(read.error());
-    if (auto read = readProjects(options); !read) return std::unexpected(read.error());
-    if (auto read = readSettings(options); !read) return std::unexpected(read.error());
-    return options;
-}
-
-std::expected<void, UsageError> OptionSet::readScan(Options& options) const {
-    options.includesProjects = !typed_.noProjects;
-    options.showsTimings = typed_.timings;
-    options.only = moduleIDFrom(typed_.only);
-    if (typed_.safe) options.filter.classifications.insert(Classification::safe);
-    if (typed_.review) options.filter.classifications.insert(Classification::review);
-    if (typed_.protected_) options.filter.classifications.insert(Classification::protected_);
-    if (options.command != Command::scan) return {};
-    const auto bytes = leastSize();
-    if (!bytes) return std::unexpected(bytes.error());
-    options.filter.leastBytes = bytes->value_or(0);
-    return {};
-}
-
-std::expected<std::optional<std::uint64_t>, UsageError> OptionSet::leastSize() const {
-    if (!given(typed_.leastSize, chosen()->get_option("--min-size"))) return std::nullopt;
-    const auto bytes = bytesFromText(unguarded(typed_.leastSize));
-    if (bytes) return bytes;
-    return std::unexpected(
-        UsageError{localized("--min-size: %@ is no size; write 100MB, 1.5GB, 500KB or a number of bytes",
-                             printable(unguarded(typed_.leastSize))),
-                   chosen()->get_name()});
-}
-
-std::expected<void, UsageError> OptionSet::readClean(Options& options) const {
-    if (options.command != Command::clean) return {};
-    const auto misused = [](const std::string& sentence) {
-        return std::unexpected(UsageError{sentence, "clean"});
-    };
-    const auto bytes = leastSize();
-    if (!bytes) return std::unexpected(bytes.error());
-    CleanWish& wish = options.clean;
-    wish = {.subjects = {},
-            .onlySafe = typed_.safe,
-            .includesReview = typed_.includeReview,
-            .leastDays = daysFromText(unguarded(typed_.leastAge)),
-            .leastBytes = *bytes,
-            .isRehearsal = typed_.dryRun,
-            .isConfirmed = typed_.yes,
-            .planFile = given(typed_.plan, chosen()->get_option("--plan"))};
-    for (const std::string& each : typed_.subjects) wish.subjects.push_back(unguarded(each));
-    if (given(typed_.leastAge, chosen()->get_option("--older-than")) && !wish.leastDays) {
-        return misused(
-            localized("--older-than: %@ is no age; write 30d or 8w", printable(unguarded(typed_.leastAge))));
-    }
-    if (wish.planFile && wish.planFile->empty()) return misused(localized("%@ needs a value", "--plan"));
-    if (wish.onlySafe && wish.includesReview)
-        return misused(localized("--safe and --include-review contradict each other"));
-    if (wish.isPlanCarriedOut() && options.choosesItems())
-        return misused(localized("the plan says what to clean, so nothing else can be chosen beside it"));
-    if (options.isJson && !wish.isConfirmed && !wish.isRehearsal)
-        return misused(localized("--json asks no question, so it needs --yes or --dry-run"));
-    return {};
-}
-
-std::expected<void, UsageError> OptionSet::readHistory(Options& options) const {
-    if (options.command != Command::history && options.command != Command::restore) return {};
-    options.subject = unguarded(typed_.cleanup);
-    if (options.command == Command::history) return {};
-    const CLI::App* restore = commandNamed("restore");
-    for (const std::string& each : restore->get_option("entry")->results())
-        options.restore.entries.push_back(unguarded(each));
-    options.restore.place = given(typed_.restorePlace, restore->get_option("--as"));
-    options.restore.isRehearsal = typed_.restoreRehearsal;
-    options.restore.isAgreed = typed_.restoreYes;
-    if (!options.isJson || typed_.restoreRehearsal || typed_.restoreYes) return {};
-    return std::unexpected(
-        UsageError{localized("restore asks a question; --json needs --yes or --dry-run"), "restore"});
-}
-
-std::expected<void, UsageError> OptionSet::readProjects(Options& options) const {
-    options.onlyDormant = typed_.dormant;
-    options.order = fromRawText<ProjectOrder>(unguarded(typed_.order)).value_or(ProjectOrder::size);
-    options.recovers = typed_.recover;
-    if (!options.recovers || !options.isJson) return {};
-    return std::unexpected(
-        UsageError{localized("--recover asks a question, so it does not go with --json"), "project"});
-}
-
-std::expected<void, UsageError> OptionSet::readSettings(Options& options) const {
-    options.settingName = unguarded(typed_.settingName);
-    for (const std::string& each : commandNamed("settings")->get_option("value")->results()) {
-        options.settingTexts.push_back(unguarded(each));
-    }
-    options.resetsSetting = typed_.reset;
-    if (!typed_.reset) return {};
-    if (typed_.settingName.empty()) {
-        return std::unexpected(UsageError{localized("--reset needs the name of a setting"), "settings"});
-    }
-    if (!typed_.settingTexts.empty()) {
-        return std::unexpected(UsageError{localized("--reset takes no value"), "settings"});
     }
     return {};
 }

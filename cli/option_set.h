@@ -32,6 +32,7 @@ class OptionSet {
     std::expected<Options, UsageError> parse(std::vector<std::string> arguments);
 
     const CLI::App& program() const { return program_; }
+    static Command commandOf(std::string_view name);  // help for what is none
     std::vector<const CLI::App*> commands() const;
     const CLI::App* commandNamed(std::string_view name) const;
 
@@ -53,6 +54,8 @@ class OptionSet {
         std::vector<std::string> settingTexts, subjects;
         std::string cleanup, restorePlace;
         std::vector<std::string> restoreEntries;
+        std::string scheduleAction, cadence;
+        bool ifDue = false;
         bool restoreRehearsal = false, restoreYes = false;
         bool json = false, noColour = false, noProjects = false, timings = false, reset = false;
         bool dormant = false, recover = false;
@@ -74,6 +77,7 @@ class OptionSet {
     void defineClean();
     void defineHistory();
     void defineProjects();
+    void defineSchedule();
     void defineSettings();
     void defineManual();
 
@@ -88,6 +92,7 @@ class OptionSet {
     std::expected<std::optional<std::uint64_t>, UsageError> leastSize() const;
     std::expected<void, UsageError> readHistory(Options& options) const;
     std::expected<void, UsageError> readProjects(Options& options) const;
+    std::expected<void, UsageError> readSchedule(Options& options) const;
     std::expected<void, UsageError> readSettings(Options& options) const;
 
     CLI::App program_;

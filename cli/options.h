@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/model/cadence.h"
 #include "core/model/classification.h"
 #include "core/model/module_id.h"
 
@@ -52,6 +53,14 @@ struct RestoreOptions {
     bool isAgreed = false;  // nobody need be asked
 };
 
+enum class ScheduleAction { status, on, off, run, install, uninstall };
+
+template <>
+struct RawTexts<ScheduleAction> {
+    static constexpr std::array<std::string_view, 6> kTexts = {"status", "on",      "off",
+                                                               "run",    "install", "uninstall"};
+};
+
 enum class Command {
     help,
     scan,
@@ -62,6 +71,7 @@ enum class Command {
     projects,
     project,
     disk,
+    schedule,
     modules,
     settings,
     doctor,
@@ -103,6 +113,11 @@ struct Options {
     ProjectOrder order = ProjectOrder::size;
 
     bool recovers = false;  // project: take the next step that puts the work elsewhere
+
+    // schedule
+    ScheduleAction scheduleAction = ScheduleAction::status;
+    std::optional<Cadence> cadence;  // on
+    bool onlyIfDue = false;          // run
 
     // settings
     std::string settingName;  // empty: all of them

@@ -70,7 +70,15 @@ TaskProgress::TaskProgress(const CommandContext& context, std::string task)
                                   .isWanted = !isDumbTerminal(context.surroundings.environment),
                                   .task = std::move(task)}) {}
 
-ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options) {
+void warnOfLowSpace(const CommandContext& context, const ScanReport& report) {
+    if (!context.streams.messageTerminal()) return;
+    if (const auto alert = context.session.lowDiskAlert(report))
+        complain(context.streams, alert->title + ". " + alert->body);
+}
+
+namespace {
+
+ShownScan scanned(const CommandContext& context, ScanOptions options) {
     const auto& environment = context.surroundings.environment;
     options.isCancelled = context.surroundings.isInterrupted;
     std::vector<ModuleID> running = context.session.modulesToRun(options);
@@ -87,6 +95,14 @@ ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options
     ShownScan scan{context.session.scan(options), {}};
     std::ranges::sort(running);
     std::ranges::unique_copy(running, std::back_inserter(scan.unfinished));
+    return scan;
+}
+
+}  // namespace
+
+ShownScan scanShowingProgress(const CommandContext& context, ScanOptions options) {
+    ShownScan scan = scanned(context, std::move(options));
+    warnOfLowSpace(context, scan.report);
     return scan;
 }
 

@@ -1,5 +1,5 @@
 # The rooms whose code runs threads: with the thread sanitizer only their tests are built and run.
-set(BRINDLE_THREADED_ROOMS text measure settings tools projects guard scan removal session)
+set(BRINDLE_THREADED_ROOMS text measure settings tools projects guard scan removal insight session)
 
 # Builds every test program.
 add_custom_target(tests)

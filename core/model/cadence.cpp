@@ -16,6 +16,10 @@ std::chrono::seconds interval(Cadence cadence) {
     return std::chrono::weeks(1);
 }
 
+std::chrono::seconds tolerance(Cadence cadence) {
+    return interval(cadence) / 2;
+}
+
 std::string displayName(Cadence cadence) {
     constexpr std::array<std::string_view, allCases<Cadence>().size()> kNames = {"Every day", "Every week",
                                                                                  "Every month"};

@@ -27,6 +27,9 @@ constexpr std::optional<Cadence> cadenceFrom(std::string_view text) {
 // From one run to the next; a month is 30 days.
 std::chrono::seconds interval(Cadence cadence);
 
+// How much earlier or later than that a run may come: half the interval.
+std::chrono::seconds tolerance(Cadence cadence);
+
 // "Every week", localised at every call.
 std::string displayName(Cadence cadence);
 

@@ -4,6 +4,8 @@
 #include <set>
 
 #include "core/modules/default_modules.h"
+#include "core/platform/known_folders.h"
+#include "core/platform/path_text.h"
 #include "core/projects/project_collector.h"
 #include "core/projects/project_detector.h"
 #include "core/projects/project_outline.h"
@@ -23,11 +25,15 @@ std::string valueOf(const std::vector<std::string>& environment, std::string_vie
     return "";
 }
 
+std::string configFolderOf(const SessionHome& home) {
+    const std::string configured = valueOf(home.environment, "XDG_CONFIG_HOME");
+    return configured.starts_with('/') ? configured : home.path + "/.config";
+}
+
 // A home that was named keeps its settings below itself, whatever the environment says of this user's.
 std::shared_ptr<UserDefaults> defaultsFor(const SessionHome& home) {
     if (!home.isCurrentUser) return fileDefaults(home.path + "/.config/brindle/preferences.json");
-    const std::string configured = valueOf(home.environment, "XDG_CONFIG_HOME");
-    return standardDefaults(configured.starts_with('/') ? configured : home.path + "/.config");
+    return standardDefaults(configFolderOf(home));
 }
 
 // Asking for one module outranks the setting that switches it off.
@@ -72,6 +78,15 @@ std::map<ModuleID, std::uint64_t> wholeTotals(const ScanReport& report) {
     return totals;
 }
 
+// A root that holds such a folder is one, too.
+bool isBehindPrompt(const std::string& root, const std::string& home) {
+    const std::string path = root.starts_with('/') ? root : home + "/" + root;
+    return std::ranges::any_of(foldersBehindPrompts(), [&](std::string_view folder) {
+        const std::string guarded = home + "/" + std::string(folder);
+        return isAtOrBelow(path, guarded) || isAtOrBelow(guarded, path);
+    });
+}
+
 }  // namespace
 
 Session::Session(SessionHome home)
@@ -97,6 +112,10 @@ Toolbox Session::toolbox() const {
 
 std::string Session::variable(std::string_view name) const {
     return valueOf(home_.environment, name);
+}
+
+std::string Session::configFolder() const {
+    return configFolderOf(home_);
 }
 
 std::vector<ModuleID> Session::modulesToRun(const ScanOptions& options) const {
@@ -170,17 +189,28 @@ ProjectNeighbours Session::neighboursOf(const Project& project, const ScanOption
             .related = relationsOf(project, outlinesFor(project, found, search, toolbox()))};
 }
 
+// Where nothing is guarded, or access was granted, there is nothing to ask.
+bool Session::asksNobody(const ScanOptions& options) const {
+    return !options.isUnattended || fullDiskAccess().isGranted();
+}
+
 ScanReport Session::scan(const ScanOptions& options) const {
-    ScanReport report = Scanner(modules()).scan(context(options),
-                                                {
-                                                    .disabledModules = modulesLeftOut(preferences(), options),
-                                                    .protectedPaths = preferences().protectedPaths(),
-                                                    .includeProjects = options.includeProjects,
-                                                    .projectRoots = preferences().projectRoots(),
-                                                    .tools = toolbox(),
-                                                    .onModuleFinished = options.onModuleFinished,
-                                                    .onTimings = options.onTimings,
-                                                });
+    std::set<ModuleID> leftOut = modulesLeftOut(preferences(), options);
+    std::vector<std::string> roots = preferences().projectRoots();
+    if (!asksNobody(options)) {
+        leftOut.insert(ModuleID::leftovers);  // they lie among the data of other applications
+        std::erase_if(roots, [this](const std::string& root) { return isBehindPrompt(root, home_.path); });
+    }
+    ScanReport report =
+        Scanner(modules()).scan(context(options), {
+                                                      .disabledModules = std::move(leftOut),
+                                                      .protectedPaths = preferences().protectedPaths(),
+                                                      .includeProjects = options.includeProjects,
+                                                      .projectRoots = std::move(roots),
+                                                      .tools = toolbox(),
+                                                      .onModuleFinished = options.onModuleFinished,
+                                                      .onTimings = options.onTimings,
+                                                  });
     recordSample(report, options);
     return report;
 }

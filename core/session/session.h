@@ -11,6 +11,9 @@
 #include <vector>
 
 #include "core/guard/safety_guard.h"
+#include "core/insight/low_disk.h"
+#include "core/insight/schedule_log.h"
+#include "core/insight/scheduler.h"
 #include "core/insight/storage_trend.h"
 #include "core/platform/files.h"
 #include "core/platform/trash.h"
@@ -21,6 +24,7 @@
 #include "core/scan/scanner.h"
 #include "core/session/cleanup.h"
 #include "core/session/put_back_order.h"
+#include "core/session/schedule_timer.h"
 #include "core/settings/full_disk_access.h"
 #include "core/settings/preferences.h"
 #include "core/tools/process_runner.h"
@@ -38,6 +42,8 @@ struct SessionHome {
 struct ScanOptions {
     bool includeProjects = true;
     bool includeDisabled = false;  // also the modules that the settings switch off
+    // Nobody is there to answer: what the system would ask the user about is left alone, unless access was granted before.
+    bool isUnattended = false;
     std::set<ModuleID> only = {};  // these modules alone, also when the settings disable them; empty: all
     std::function<void(const ModuleResult&)> onModuleFinished;
     std::function<void(const std::vector<StageTiming>&)> onTimings;
@@ -120,13 +126,28 @@ class Session {
     // The Trash of this home.
     Trash trash() const;
 
+    // Scans that run by themselves, with this session's scan and clean; the session outlives it.
+    Scheduler scheduler() const;
+    ScheduleLog scheduleLog() const;  // a line for each of them
+
+    // Space is low, and it is time to say so; of the volume that the report is about.
+    std::optional<LowDiskAlert> lowDiskAlert(const ScanReport& report) const;
+
+    // A message on the user's desktop; false where nothing can show it.
+    bool postNotification(const std::string& title, const std::string& body) const;
+
+    // The timer of the system's own scheduler that starts scheduled scans of this home with this program.
+    ScheduleTimer scheduleTimer(const std::string& program) const;
+
   private:
     std::expected<FileLock, Error> cleanupLock() const;
     std::expected<CleanOutcome, CleanRefusal> cleanLocked(CleanRequest request) const;
     void recordSample(const ScanReport& report, const ScanOptions& options) const;
     void recordSample(const Receipt& receipt) const;
     std::string variable(std::string_view name) const;  // of the environment; empty when it is not set
+    std::string configFolder() const;                   // XDG_CONFIG_HOME or ~/.config
     ProjectSearch projectSearch(const ScanContext& context) const;
+    bool asksNobody(const ScanOptions& options) const;
 
     SessionHome home_;
     std::shared_ptr<UserDefaults> defaults_;

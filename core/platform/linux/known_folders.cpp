@@ -4,4 +4,8 @@ namespace brindle {
 
 const std::string_view kUserCachesFolder = ".cache";
 
+std::vector<std::string_view> foldersBehindPrompts() {
+    return {};
+}
+
 }  // namespace brindle

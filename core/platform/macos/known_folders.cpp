@@ -4,4 +4,8 @@ namespace brindle {
 
 const std::string_view kUserCachesFolder = "Library/Caches";
 
+std::vector<std::string_view> foldersBehindPrompts() {
+    return {"Desktop", "Documents", "Downloads", "Library/Mobile Documents"};
+}
+
 }  // namespace brindle

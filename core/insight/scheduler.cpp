@@ -1,0 +1,163 @@
+#include "core/insight/scheduler.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/text/core_strings.h"
+
+namespace brindle {
+
+namespace {
+
+constexpr const char* kActivity = "dev.brindle.Brindle.scheduled-scan";
+
+ScheduledRun lineOf(const Scheduler::Outcome& outcome, TimePoint now) {
+    ScheduledRun line{.at = now,
+                      .reclaimableBytes = outcome.report.reclaimableBytes(),
+                      .receipt = std::nullopt,
+                      .cleanedBytes = 0,
+                      .wasCancelled = outcome.wasCancelled,
+                      .refusal = outcome.refusal};
+    if (outcome.receipt) {
+        line.receipt = outcome.receipt->id;
+        line.cleanedBytes = outcome.receipt->bytesFreed();
+    }
+    return line;
+}
+
+}  // namespace
+
+struct Scheduler::Run {
+    Run(std::shared_ptr<UserDefaults> defaults, ScheduledSteps given)
+        : preferences(std::move(defaults)), steps(std::move(given)) {}
+
+    // The flag of a run that begins; one that comes too late is cancelled at once.
+    CancellationFlag begin() {
+        const std::lock_guard guard(lock);
+        current = CancellationFlag();
+        if (isOver) current->cancel();
+        return *current;
+    }
+
+    void end() {
+        const std::lock_guard guard(lock);
+        current.reset();
+    }
+
+    void cancel(bool forGood) {
+        const std::lock_guard guard(lock);
+        isOver |= forGood;
+        if (current) current->cancel();
+    }
+
+    Outcome perform(TimePoint now, const CancellationTest& isCancelled);
+    void clean(Outcome& outcome, const CancellationTest& isCancelled) const;
+
+    Preferences preferences;
+    ScheduledSteps steps;
+
+    std::mutex lock;
+    std::optional<CancellationFlag> current;  // guarded by the lock, as is the next
+    bool isOver = false;
+};
+
+void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled) const {
+    const std::vector<CleanupItem> items = itemsToClean(outcome.report);
+    if (items.empty()) return;
+    auto receipt = steps.clean(outcome.report, items, isCancelled);
+    if (receipt) {
+        outcome.receipt = *std::move(receipt);
+    } else {
+        outcome.refusal = std::move(receipt.error());
+    }
+}
+
+Scheduler::Outcome Scheduler::Run::perform(TimePoint now, const CancellationTest& isCancelled) {
+    Outcome outcome;
+    const auto held = steps.lock();
+    if (!held) {
+        outcome.wasBusy = held.error().kind == Error::Kind::busy;
+        outcome.refusal = outcome.wasBusy ? CoreStrings::localized("Another scheduled run is in progress.")
+                                          : held.error().describe();
+        return outcome;
+    }
+    // Noted before the work: a run that brings the program down is not tried again and again.
+    const auto previous = preferences.lastScheduledRun();
+    if (auto noted = preferences.setLastScheduledRun(now); !noted) {
+        outcome.refusal = noted.error().describe();
+        return outcome;
+    }
+    outcome.report = steps.scan(isCancelled);
+    if (!isCancelled() && preferences.autoCleanEnabled()) clean(outcome, isCancelled);
+    outcome.wasCancelled = isCancelled();
+    if (outcome.wasCancelled) (void)preferences.setLastScheduledRun(previous);
+    steps.record(lineOf(outcome, now));
+    return outcome;
+}
+
+Scheduler::Scheduler(std::shared_ptr<UserDefaults> defaults, ScheduledSteps steps)
+    : run_(std::make_shared<Run>(std::move(defaults), std::move(steps))) {}
+
+Scheduler::~Scheduler() {
+    run_->cancel(true);
+}
+
+bool Scheduler::isOverdue(std::optional<TimePoint> lastRun, Cadence cadence, TimePoint now) {
+    if (!lastRun) return true;
+    return now < *lastRun || now - *lastRun >= interval(cadence);
+}
+
+bool Scheduler::isOverdue(TimePoint now) const {
+    const Preferences& settings = run_->preferences;
+    return settings.scheduledScansEnabled() &&
+           isOverdue(settings.lastScheduledRun(), settings.cadence(), now);
+}
+
+std::optional<TimePoint> Scheduler::nextRun(TimePoint now) const {
+    const Preferences& settings = run_->preferences;
+    if (!settings.scheduledScansEnabled()) return std::nullopt;
+    const auto last = settings.lastScheduledRun();
+    return !last || now < *last ? now : *last + interval(settings.cadence());
+}
+
+void Scheduler::start(std::function<bool()> canRun, std::function<void(const Outcome&)> onFinish) {
+    activity_.reset();
+    const Preferences& settings = run_->preferences;
+    if (!settings.scheduledScansEnabled()) return;
+    activity_ = run_->steps.startActivity(
+        {.identifier = kActivity,
+         .interval = interval(settings.cadence()),
+         .tolerance = tolerance(settings.cadence()),
+         .lastFired = settings.lastScheduledRun(),
+         .fire = [weak = std::weak_ptr(run_), canRun = std::move(canRun), onFinish = std::move(onFinish)] {
+             const auto run = weak.lock();
+             if (!run || !canRun()) return;
+             const CancellationFlag flag = run->begin();
+             const Outcome outcome = run->perform(run->steps.now(), flag.checker());
+             run->end();
+             onFinish(outcome);
+         }});
+}
+
+Scheduler::Outcome Scheduler::run(TimePoint now, const CancellationTest& isCancelled) {
+    const std::shared_ptr<Run> run = run_;
+    const CancellationFlag flag = run->begin();
+    Outcome outcome = run->perform(now, [&isCancelled, flag] { return flag.isCancelled() || isCancelled(); });
+    run->end();
+    return outcome;
+}
+
+void Scheduler::cancelCurrentRun() {
+    run_->cancel(false);
+}
+
+std::vector<CleanupItem> Scheduler::itemsToClean(const ScanReport& report) {
+    std::vector<CleanupItem> items = report.allItems();
+    std::erase_if(items, [](const CleanupItem& item) {
+        return item.classification != Classification::safe || item.moduleID == ModuleID::projects ||
+               item.projectPath.has_value();
+    });
+    return items;
+}
+
+}  // namespace brindle

@@ -1,0 +1,136 @@
+#include "core/platform/timer_files.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "core/text/printable.h"
+
+namespace brindle {
+
+namespace {
+
+constexpr std::string_view kExecStart = "ExecStart=\"";
+constexpr std::string_view kFirstArgument = "<key>ProgramArguments</key>\n    <array>\n        <string>";
+
+struct Replacement {
+    char character;
+    std::string_view text;
+};
+// In a quoted word of a unit; "$" is only looked at behind the program.
+constexpr Replacement kUnitEscapes[] = {{'%', "%%"}};
+constexpr Replacement kXmlEscapes[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}};
+
+template <std::size_t count>
+std::string escaped(std::string_view text, const Replacement (&replacements)[count]) {
+    std::string result;
+    for (const char each : text) {
+        const auto* found = std::ranges::find(replacements, each, &Replacement::character);
+        if (found == std::end(replacements)) {
+            result += each;
+        } else {
+            result += found->text;
+        }
+    }
+    return result;
+}
+
+// Up to where `end` begins.
+template <std::size_t count>
+std::optional<std::string> unescapedUpTo(std::string_view text, std::string_view end,
+                                         const Replacement (&replacements)[count]) {
+    std::string result;
+    while (!text.empty() && !text.starts_with(end)) {
+        const auto* found = std::ranges::find_if(
+            replacements, [&](const Replacement& each) { return text.starts_with(each.text); });
+        const bool isEscape = found != std::end(replacements);
+        result += isEscape ? found->character : text.front();
+        text.remove_prefix(isEscape ? found->text.size() : 1);
+    }
+    if (text.empty()) return std::nullopt;
+    return result;
+}
+
+std::expected<void, Error> canBeNamed(const std::string& program) {
+    if (isValidUtf8(program) && printable(program) == program) return {};
+    return std::unexpected(
+        malformedError("name in a timer", program, "it is not UTF-8 or holds control characters"));
+}
+
+}  // namespace
+
+std::expected<std::string, Error> systemdService(const TimerOrder& order) {
+    if (auto named = canBeNamed(order.program); !named) return std::unexpected(named.error());
+    if (order.program.find_first_of("\"'\\") != std::string::npos) {
+        return std::unexpected(
+            malformedError("name in a timer", order.program,
+                           "systemd starts nothing with a quote or a backslash in its name"));
+    }
+    return fmt::format(
+        "[Unit]\n"
+        "Description=Brindle: look for storage that can be freed, when it is time\n"
+        "\n"
+        "[Service]\n"
+        "Type=oneshot\n"
+        "{}{}\" {}\n"
+        "SuccessExitStatus=5 8\n"
+        "Nice=19\n"
+        "IOSchedulingClass=idle\n"
+        "CPUSchedulingPolicy=batch\n",
+        kExecStart, escaped(order.program, kUnitEscapes), fmt::join(order.arguments, " "));
+}
+
+std::string systemdTimer() {
+    return "[Unit]\n"
+           "Description=Brindle: ask every hour whether it is time to look\n"
+           "\n"
+           "[Timer]\n"
+           "OnCalendar=hourly\n"
+           "RandomizedDelaySec=10min\n"
+           "Persistent=true\n"
+           "\n"
+           "[Install]\n"
+           "WantedBy=timers.target\n";
+}
+
+std::expected<std::string, Error> launchAgent(const TimerOrder& order) {
+    if (auto named = canBeNamed(order.program); !named) return std::unexpected(named.error());
+    std::string arguments;
+    for (const std::string& each : order.arguments)
+        arguments += fmt::format("        <string>{}</string>\n", escaped(each, kXmlEscapes));
+    return fmt::format(
+        R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0">
+<dict>
+    <key>Label</key>
+    <string>dev.brindle.scheduled-scan</string>
+    {}{}</string>
+{}    </array>
+    <key>StartInterval</key>
+    <integer>3600</integer>
+    <key>ProcessType</key>
+    <string>Background</string>
+    <key>LowPriorityIO</key>
+    <true/>
+    <key>Nice</key>
+    <integer>19</integer>
+</dict>
+</plist>
+)",
+        kFirstArgument, escaped(order.program, kXmlEscapes), arguments);
+}
+
+std::optional<std::string> programOfSystemdService(std::string_view text) {
+    const std::size_t start = text.find(kExecStart);
+    if (start == std::string_view::npos) return std::nullopt;
+    return unescapedUpTo(text.substr(start + kExecStart.size()), "\"", kUnitEscapes);
+}
+
+std::optional<std::string> programOfLaunchAgent(std::string_view text) {
+    const std::size_t start = text.find(kFirstArgument);
+    if (start == std::string_view::npos) return std::nullopt;
+    return unescapedUpTo(text.substr(start + kFirstArgument.size()), "<", kXmlEscapes);
+}
+
+}  // namespace brindle

@@ -1,0 +1,52 @@
+// What runs by itself, and how it makes itself heard.
+#include "core/platform/desktop_notification.h"
+#include "core/session/session.h"
+
+namespace brindle {
+
+Scheduler Session::scheduler() const {
+    return {defaults_,
+            {.lock = [this] { return FileLock::tryAcquire(history().directory() + "/schedule.lock"); },
+             .scan =
+                 [this](const CancellationTest& isCancelled) {
+                     ScanOptions options;
+                     options.isUnattended = true;
+                     options.isCancelled = isCancelled;
+                     return scan(options);
+                 },
+             .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
+                             const CancellationTest& isCancelled) -> std::expected<Receipt, std::string> {
+                 auto outcome = clean({.items = items, .report = report, .isCancelled = isCancelled});
+                 if (!outcome) return std::unexpected(std::move(outcome.error().sentence));
+                 return std::move(outcome->receipt);
+             },
+             .record = [this](const ScheduledRun& run) { (void)scheduleLog().append(run); }}};
+}
+
+ScheduleLog Session::scheduleLog() const {
+    return ScheduleLog(history().directory() + "/scheduled-runs.jsonl");
+}
+
+std::optional<LowDiskAlert> Session::lowDiskAlert(const ScanReport& report) const {
+    return checkLowDisk(defaults_, report.disk, std::chrono::system_clock::now());
+}
+
+bool Session::postNotification(const std::string& title, const std::string& body) const {
+    const NotificationCommand command = notificationCommand(title, body);
+    const Toolbox tools = toolbox();
+    const auto tool = tools.locate(command.tool);
+    if (!tool) return false;
+    constexpr std::chrono::seconds kPatience{10};
+    const auto result = tools.run(*tool, command.arguments, {.timeout = kPatience});
+    return result && result->succeeded();
+}
+
+ScheduleTimer Session::scheduleTimer(const std::string& program) const {
+    return {{.home = home_.path,
+             .configFolder = configFolder(),
+             .program = program,
+             .arguments = {"schedule", "run", "--if-due"}},
+            toolbox()};
+}
+
+}  // namespace brindle
