@@ -89,6 +89,7 @@ ScanReport scanned(const CommandContext& context, std::set<ModuleID> modules) {
     ScanOptions options;
     options.includeDisabled = !context.options.clean.subjects.empty();
     options.only = std::move(modules);
+    options.includeSurvey = false;
     return scanShowingProgress(context, options).report;
 }
 

@@ -69,6 +69,7 @@ Findings examine(const CommandContext& context) {
     for (const std::string_view name : kTools) findings.tools.push_back({name, runner.locate(name)});
     ScanOptions options;
     options.includeProjects = false;
+    options.includeSurvey = false;
     findings.unreachable = scanShowingProgress(context, options).report.unreachable();
     return findings;
 }

@@ -56,6 +56,7 @@ ScanReport found(const CommandContext& context, std::optional<ModuleID> only) {
     ScanOptions options;
     options.includeProjects = !only || *only == ModuleID::projects;
     options.includeDisabled = true;
+    options.includeSurvey = false;
     if (only) options.only = {*only};
     return scanShowingProgress(context, options).report;
 }

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "cli/display_width.h"
+#include "cli/page_rows.h"
 #include "core/text/byte_format.h"
 #include "core/text/core_strings.h"
 #include "core/text/printable.h"
@@ -34,8 +35,18 @@ std::string legendValue(const StorageCategory& slice, std::uint64_t total) {
         return padLeft(ByteFormat::shortText(slice.bytes), 10) + "  " +
                padLeft(ByteFormat::percent(slice.bytes, total), 4);
     }
-    const auto reason = slice.blockedReason();
-    return "  " + (reason ? localized("not measured: %@", *reason) : localized("not measured"));
+    return "  " + localized("not measured");
+}
+
+// Why a slice was not measured, below all of them: a reason may name a long path.
+std::string reasonsText(const std::vector<StorageCategory>& slices, const Look& look) {
+    std::string text;
+    for (const StorageCategory& slice : slices) {
+        if (const auto reason = slice.blockedReason())
+            text +=
+                paragraphText(localized("%@ not measured: %@", displayName(slice.kind), *reason), 2, look);
+    }
+    return text;
 }
 
 std::string legendOf(const std::vector<StorageCategory>& slices, std::uint64_t total, const Look& look) {
@@ -88,7 +99,7 @@ std::string volumeLine(const ScanReport& report, const Look& look) {
 std::string storageBar(const ScanReport& report, const Look& look) {
     if (!report.disk) return volumeLine(report, look);
     return volumeLine(report, look) + barOf(report.storage, look) +
-           legendOf(report.storage, report.disk->totalBytes, look);
+           legendOf(report.storage, report.disk->totalBytes, look) + reasonsText(report.storage, look);
 }
 
 }  // namespace brindle

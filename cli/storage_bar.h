@@ -9,8 +9,8 @@
 
 namespace brindle {
 
-// Ends with a line feed. A slice that was not measured has no part in the bar, and the legend says so; one
-// that was has at least a column. Without a capacity there is a sentence in its place.
+// Ends with a line feed. A slice that was not measured has no part in the bar, and the legend says so, with
+// the reason below it; one that was has at least a column. Without a capacity there is a sentence in its place.
 std::string storageBar(const ScanReport& report, const Look& look);
 
 // The bar's first line alone: the name of the volume and how full it is.

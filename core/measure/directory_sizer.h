@@ -33,6 +33,9 @@ struct MeasureOptions {
     HardlinkTracker* hardlinks = nullptr;  // null: every name of a file counts
     CancellationTest isCancelled = {};
     MountPoints mounts = MountPoints::current();  // whoever measures often asks once
+    // Where it is given, a file with several names is told instead of counted, at each of its names; from several threads
+    // at once.
+    std::function<void(const FileStatus&)> onLinkedFile = {};
 };
 
 // Blocking; call it off the interface thread. A cancelled walk returns what it had counted so far.

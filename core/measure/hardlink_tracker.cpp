@@ -22,11 +22,24 @@ constexpr std::size_t kFirstSlots = 64;
 
 }  // namespace
 
-bool HardlinkTracker::claim(std::int32_t device, std::uint64_t inode) {
+bool HardlinkTracker::claim(std::int32_t device, std::uint64_t inode, Claimant by) {
     const std::uint64_t hash = hashOf(device, inode);
     Shard& shard = shards_[hash % kShards];
     const std::lock_guard guard(shard.lock);
-    return shard.insert({inode, device, true}, hash);
+    return shard.insert({inode, device, by + 1}, hash);
+}
+
+HardlinkTracker::Claimant HardlinkTracker::claimantFor(const std::string& place) {
+    const std::lock_guard guard(placesLock_);
+    return places_.try_emplace(place, static_cast<Claimant>(places_.size() + 1)).first->second;
+}
+
+std::optional<HardlinkTracker::Claimant> HardlinkTracker::claimantOf(std::int32_t device,
+                                                                     std::uint64_t inode) const {
+    const std::uint64_t hash = hashOf(device, inode);
+    const Shard& shard = shards_[hash % kShards];
+    const std::lock_guard guard(shard.lock);
+    return shard.find({inode, device, 0}, hash);
 }
 
 std::size_t HardlinkTracker::count() const {
@@ -43,12 +56,23 @@ bool HardlinkTracker::Shard::insert(Key key, std::uint64_t hash) {
     const std::size_t mask = slots.size() - 1;
     for (std::size_t slot = (hash >> 4) & mask;; slot = (slot + 1) & mask) {
         Key& there = slots[slot];
-        if (there.isTaken && there.inode == key.inode && there.device == key.device) return false;
-        if (there.isTaken) continue;
+        if (there.taken != 0 && there.inode == key.inode && there.device == key.device) return false;
+        if (there.taken != 0) continue;
         there = key;
         ++taken;
         return true;
     }
+}
+
+std::optional<HardlinkTracker::Claimant> HardlinkTracker::Shard::find(const Key& key,
+                                                                      std::uint64_t hash) const {
+    if (slots.empty()) return std::nullopt;
+    const std::size_t mask = slots.size() - 1;
+    for (std::size_t slot = (hash >> 4) & mask; slots[slot].taken != 0; slot = (slot + 1) & mask) {
+        const Key& there = slots[slot];
+        if (there.inode == key.inode && there.device == key.device) return there.taken - 1;
+    }
+    return std::nullopt;
 }
 
 void HardlinkTracker::Shard::grow() {
@@ -56,7 +80,7 @@ void HardlinkTracker::Shard::grow() {
     slots.assign(old.empty() ? kFirstSlots : old.size() * 2, Key{});
     taken = 0;
     for (const Key& key : old) {
-        if (key.isTaken) insert(key, hashOf(key.device, key.inode));
+        if (key.taken != 0) insert(key, hashOf(key.device, key.inode));
     }
 }
 

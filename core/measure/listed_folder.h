@@ -30,7 +30,11 @@ class DescriptorBudget {
 // A part of the tree that is also measured by itself. Any thread may add to it.
 class WalkedArea {
   public:
-    explicit WalkedArea(std::string path) : path_(std::move(path)) {}
+    // `claimant` stands for it among those who claim files with several names.
+    explicit WalkedArea(std::string path, HardlinkTracker::Claimant claimant = HardlinkTracker::kUnnamed)
+        : path_(std::move(path)), claimant_(claimant) {}
+
+    HardlinkTracker::Claimant claimant() const { return claimant_; }
 
     void add(const DirectoryMeasurement& counted);
     void addMark(std::string path);
@@ -41,6 +45,7 @@ class WalkedArea {
 
   private:
     const std::string path_;
+    const HardlinkTracker::Claimant claimant_;
     std::mutex lock_;
     std::optional<DirectoryMeasurement> tally_;
     std::vector<std::string> marks_;

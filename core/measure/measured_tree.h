@@ -25,7 +25,8 @@ struct AreaRule {
     std::function<bool(std::string_view name, bool isInArea)> isMark;
     // Of those the ones that are worth listing, by their path; null: all.
     std::function<bool(std::string_view path)> keepsMark = nullptr;
-    // For the numbers of the areas; the walk's own tracker is for those of the whole.
+    // For the numbers of the areas; the walk's own tracker is for those of the whole. What it claims is claimed for the
+    // area's path.
     HardlinkTracker* hardlinks = nullptr;
 };
 

@@ -72,7 +72,7 @@ void TreeWalk::measureRoot() {
     }
     if (!status->isFolder()) {
         rootStatus_ = *status;
-        countFile(*status, options_.hardlinks, tally);
+        count(*status, tally);
         return;
     }
     mountPoints_ = mountPointsBelow(root_, options_.mounts);
@@ -174,8 +174,10 @@ WalkPlace TreeWalk::placeBelow(const ListedFolder& parent, const char* name) {
     if (above.area != nullptr || above.levelsLeft < 0) return {.area = above.area};
     if (rule_->isArea(name)) {
         std::string path = parent.pathOf(name);
+        const auto claimant =
+            rule_->hardlinks != nullptr ? rule_->hardlinks->claimantFor(path) : HardlinkTracker::kUnnamed;
         const std::lock_guard guard(areasLock_);
-        return {.area = &areas_.emplace_back(std::move(path))};
+        return {.area = &areas_.emplace_back(std::move(path), claimant)};
     }
     return {.levelsLeft = *name == '.' ? -1 : above.levelsLeft - 1};
 }
@@ -303,8 +305,9 @@ void TreeWalk::examine(EntryBlock& block, Listing& listing, FolderNames& names) 
         } else if (status.isFolder()) {
             names.add(entry.name);
         } else {
-            countFile(status, options_.hardlinks, tally);
-            if (listing.place.area != nullptr) countFile(status, rule_->hardlinks, ofArea);
+            count(status, tally);
+            if (listing.place.area != nullptr)
+                countFile(status, ofArea, rule_->hardlinks, listing.place.area->claimant());
         }
     }
     if (listing.place.area != nullptr) listing.place.area->add(ofArea);
@@ -323,10 +326,16 @@ bool TreeWalk::isMountPoint(const Listing& listing, const char* name) const {
     });
 }
 
-void TreeWalk::countFile(const FileStatus& status, HardlinkTracker* hardlinks, DirectoryMeasurement& tally) {
+void TreeWalk::count(const FileStatus& status, DirectoryMeasurement& tally) const {
+    if (status.linkCount >= 2 && options_.onLinkedFile) return options_.onLinkedFile(status);
+    countFile(status, tally, options_.hardlinks);
+}
+
+void TreeWalk::countFile(const FileStatus& status, DirectoryMeasurement& tally, HardlinkTracker* hardlinks,
+                         HardlinkTracker::Claimant claimant) {
     const std::uint64_t bytes = bytesOfBlocks(status.blocks);
     if (status.linkCount >= 2) {
-        if (hardlinks != nullptr && !hardlinks->claim(status.device, status.inode)) {
+        if (hardlinks != nullptr && !hardlinks->claim(status.device, status.inode, claimant)) {
             tally.deduplicatedBytes = addBytes(tally.deduplicatedBytes, bytes);
             return;
         }

@@ -83,7 +83,9 @@ class TreeWalk {
     ListedFolder& listedFolder(Listing& listing);
     Siblings siblings(ListedFolder& folder, FolderNames names);
     void examine(EntryBlock& block, Listing& listing, FolderNames& names);
-    static void countFile(const FileStatus& status, HardlinkTracker* hardlinks, DirectoryMeasurement& tally);
+    void count(const FileStatus& status, DirectoryMeasurement& tally) const;
+    static void countFile(const FileStatus& status, DirectoryMeasurement& tally, HardlinkTracker* hardlinks,
+                          HardlinkTracker::Claimant claimant = HardlinkTracker::kUnnamed);
     void noteMark(const Listing& listing, const char* name);
     bool isMountPoint(const Listing& listing, const char* name) const;
     std::string pathOf(const Listing& listing) const;

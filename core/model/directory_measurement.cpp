@@ -34,6 +34,7 @@ DirectoryMeasurement& DirectoryMeasurement::operator+=(const DirectoryMeasuremen
     if (other.oldestModified) foldModified(*other.oldestModified);
     append(unreadablePaths, other.unreadablePaths);
     append(otherVolumePaths, other.otherVolumePaths);
+    append(places, other.places);
     return *this;
 }
 

@@ -28,8 +28,9 @@ struct DirectoryMeasurement {
     std::vector<std::string> unreadablePaths =
         {};  // status or listing could not be read; sorted after a walk
     std::vector<std::string> otherVolumePaths = {};  // on another volume, not entered; sorted after a walk
-    std::uint64_t deduplicatedBytes = 0;  // hard-linked files already counted elsewhere in this scan
-    std::uint64_t hardLinkedBytes = 0;    // of allocatedBytes, the files that have further names somewhere
+    std::uint64_t deduplicatedBytes = 0;   // hard-linked files already counted elsewhere in this scan
+    std::uint64_t hardLinkedBytes = 0;     // of allocatedBytes, the files that have further names somewhere
+    std::vector<std::string> places = {};  // what was measured, where whoever asked says so
 
     bool operator==(const DirectoryMeasurement&) const = default;
     DirectoryMeasurement& operator+=(const DirectoryMeasurement& other);

@@ -44,29 +44,51 @@ bool holds(std::string_view mountPoint, std::string_view path) {
     return mountPoint == "/" || path.size() == mountPoint.size() || path[mountPoint.size()] == '/';
 }
 
-// One for each line, in their order; empty where a line has none.
-std::vector<std::string> mountPointsIn(std::string_view mountinfo) {
-    std::vector<std::string> points;
+struct Mount {
+    std::string point;  // empty where the line has none
+    std::string_view line;
+};
+
+// One for each line, in their order.
+std::vector<Mount> mountsIn(std::string_view mountinfo) {
+    std::vector<Mount> mounts;
     while (!mountinfo.empty()) {
         const std::string_view line = mountinfo.substr(0, mountinfo.find('\n'));
         mountinfo.remove_prefix(line.size() < mountinfo.size() ? line.size() + 1 : line.size());
-        points.push_back(withoutEscapes(fieldOf(line, kMountPointField)));
+        mounts.push_back({withoutEscapes(fieldOf(line, kMountPointField)), line});
     }
-    return points;
+    return mounts;
+}
+
+// Of several at one point the last: it lies over the others.
+std::optional<Mount> mountHolding(std::string_view path, std::string_view mountinfo) {
+    std::optional<Mount> longest;
+    for (Mount& mount : mountsIn(mountinfo)) {
+        if (holds(mount.point, path) && (!longest || mount.point.size() >= longest->point.size()))
+            longest = std::move(mount);
+    }
+    return longest;
 }
 
 }  // namespace
 
 std::optional<std::string> mountPointHolding(std::string_view path, std::string_view mountinfo) {
-    std::optional<std::string> longest;
-    for (std::string& point : mountPointsIn(mountinfo)) {
-        if (holds(point, path) && (!longest || point.size() > longest->size())) longest = std::move(point);
-    }
-    return longest;
+    const auto mount = mountHolding(path, mountinfo);
+    return mount ? std::optional(mount->point) : std::nullopt;
+}
+
+std::optional<std::string> mountedDeviceHolding(std::string_view path, std::string_view mountinfo) {
+    constexpr std::string_view kEndOfOptions = " - ";  // then the kind of file system, then the device
+    const auto mount = mountHolding(path, mountinfo);
+    const std::size_t end = mount ? mount->line.find(kEndOfOptions) : std::string_view::npos;
+    if (end == std::string_view::npos) return std::nullopt;
+    std::string device = withoutEscapes(fieldOf(mount->line.substr(end + kEndOfOptions.size()), 1));
+    return device.starts_with("/dev/") ? std::optional(std::move(device)) : std::nullopt;
 }
 
 MountPoints MountPoints::fromTable(std::string_view mountinfo) {
-    std::vector<std::string> points = mountPointsIn(mountinfo);
+    std::vector<std::string> points;
+    for (Mount& mount : mountsIn(mountinfo)) points.push_back(std::move(mount.point));
     std::ranges::sort(points);
     points.erase(std::ranges::unique(points).begin(), points.end());
     MountPoints made;

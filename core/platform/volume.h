@@ -32,8 +32,15 @@ std::expected<VolumeCapacity, Error> volumeCapacity(const std::string& path);
 // a kind of volume that nobody has looked into, counts as yes.
 bool canCloneFiles(const std::string& path);
 
+// Whether both paths lie on one volume, and so share its capacity; links are followed in all but the last name. A volume may
+// show parts of itself under device numbers of their own (subvolumes). What cannot be told counts as no.
+bool isOnOneVolume(const std::string& one, const std::string& other);
+
 // The mount point that holds `path` according to the text of Linux's /proc/self/mountinfo: the longest one
 // that is the path or one of its parents. `path` is absolute, its links resolved. Absent when no line fits.
 std::optional<std::string> mountPointHolding(std::string_view path, std::string_view mountinfo);
+
+// The device behind that mount point, as the table names it; absent where it is none ("tmpfs", "overlay").
+std::optional<std::string> mountedDeviceHolding(std::string_view path, std::string_view mountinfo);
 
 }  // namespace brindle

@@ -59,6 +59,7 @@ std::optional<DirectoryMeasurement> ScanContext::measure(const std::string& path
     for (const std::string& foreign : measurement.otherVolumePaths) {
         diagnostics->record(foreign, UnreachableLocation::Reason::differentVolume);
     }
+    measurement.places = {path};
     return measurement;
 }
 

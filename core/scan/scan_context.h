@@ -52,7 +52,7 @@ struct ScanContext {
 
     // Absent when cancelled or when nothing lies there (a missing cache is no error; a folder on the way that cannot
     // be entered is recorded). Unreadable, vanished and
-    // foreign places met on the way are recorded in the diagnostics.
+    // foreign places met on the way are recorded in the diagnostics. The path stands in the measurement's places.
     std::optional<DirectoryMeasurement> measure(const std::string& path) const;
 
     // Hidden entries are left out. A folder that is there and cannot be listed is recorded and has no

@@ -16,7 +16,6 @@
 #include "core/projects/project_collector.h"
 #include "core/projects/project_detector.h"
 #include "core/projects/project_tables.h"
-#include "core/scan/storage_survey.h"
 #include "core/settings/full_disk_access.h"
 
 namespace brindle {
@@ -232,6 +231,38 @@ class ProjectStage {
     ProjectTimes times_;
 };
 
+// The walk over applications and documents, on a thread of its own.
+class SurveyStage {
+  public:
+    SurveyStage(const ScanContext& context, const ScanRequest& request) {
+        if (!request.survey) return;
+        walk_.emplace(context, *request.survey);
+        const auto run = [this] {
+            const auto start = Clock::now();
+            walk_->run();
+            seconds_ = secondsSince(start);
+        };
+        try {
+            thread_ = std::jthread(run);
+        } catch (const std::system_error&) {
+            run();  // no thread to be had
+        }
+    }
+
+    // Waits for its end. After the last module.
+    StorageSurvey finish(const std::vector<ModuleResult>& results, std::vector<StageTiming>& timings) {
+        if (!walk_) return {};
+        if (thread_.joinable()) thread_.join();
+        timings.push_back({"survey", seconds_});
+        return walk_->survey(results);
+    }
+
+  private:
+    std::optional<SurveyWalk> walk_;
+    double seconds_ = 0;
+    std::jthread thread_;  // ends before what it uses
+};
+
 // One thread for each: a module that waits for a tool holds up neither the others nor a walk.
 std::vector<ModuleResult> runAll(const ModuleList& modules, const ScanContext& context,
                                  const ScanRequest& request, ProjectStage& projects,
@@ -276,6 +307,7 @@ ScanReport Scanner::scan(const ScanContext& given, const ScanRequest& request) c
     ProjectStage projects(given, request);
     ScanContext context = given;
     context.projectPlaces = [&projects] { return projects.places(); };
+    SurveyStage survey(context, request);
     std::vector<ModuleResult> results = runAll(modules_, context, request, projects, timings);
     if (projects.isWanted()) {
         // Without anything to offer there is no result: no module stands behind it.
@@ -283,6 +315,8 @@ ScanReport Scanner::scan(const ScanContext& given, const ScanRequest& request) c
         timings.push_back({"projects.walk", projects.times().walking});
         timings.push_back({"projects.git", projects.times().git});
     }
+
+    const StorageSurvey surveyed = survey.finish(results, timings);
 
     auto stage = Clock::now();
     addStrayLocations(results, context);
@@ -294,7 +328,7 @@ ScanReport Scanner::scan(const ScanContext& given, const ScanRequest& request) c
 
     stage = Clock::now();
     report.disk = DiskInfo::current(context.home);
-    report.storage = storageBreakdown(report.disk, report.developerBytes(), {});
+    report.storage = storageBreakdown(report.disk, report.developerBytes(), surveyed);
     timings.push_back({"capacity", secondsSince(stage)});
 
     report.duration = secondsSince(start);

@@ -2,19 +2,21 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "core/scan/scan_module.h"
 #include "core/scan/scan_report.h"
+#include "core/scan/survey_walk.h"
 #include "core/tools/toolbox.h"
 
 namespace brindle {
 
 // How long one step of a scan took, for `brindle scan --timings`.
 struct StageTiming {
-    // A module's raw identity, or a step: "merge", "capacity". "projects.walk" and "projects.git" are parts of
+    // A module's raw identity, or a step: "survey", "merge", "capacity". "projects.walk" and "projects.git" are parts of
     // "projects", added over projects that are looked at side by side.
     std::string stage;
     double seconds = 0;
@@ -27,6 +29,8 @@ struct ScanRequest {
     bool includeProjects = true;
     std::vector<std::string> projectRoots = {};  // absolute, or relative to the home folder
     Toolbox tools = {};                          // for Git's questions
+    // Applications and documents, walked beside the modules; absent: nobody measures these slices of the volume.
+    std::optional<SurveyRequest> survey = {};
     // One call at a time, in the order in which modules finish, the projects among them when they are included; from a
     // thread of the scan; must not block.
     std::function<void(const ModuleResult&)> onModuleFinished = {};

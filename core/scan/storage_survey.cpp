@@ -1,29 +1,32 @@
 #include "core/scan/storage_survey.h"
 
-#include "core/model/byte_sum.h"
+#include <algorithm>
 
 namespace brindle {
 
 namespace {
 
-StorageCategory slice(StorageCategory::Kind kind, const std::optional<std::uint64_t>& bytes) {
-    return {kind, bytes.value_or(0), bytes.has_value(), std::nullopt};
+using Kind = StorageCategory::Kind;
+
+StorageCategory sliceOf(Kind kind, const StorageSurvey::Slice& slice) {
+    return {kind, slice.bytes.value_or(0), slice.bytes.has_value(), slice.blockedReason};
 }
 
 }  // namespace
 
 std::vector<StorageCategory> storageBreakdown(const std::optional<DiskInfo>& disk,
                                               std::uint64_t developerBytes, const StorageSurvey& survey) {
-    using Kind = StorageCategory::Kind;
-    std::vector<StorageCategory> slices = {slice(Kind::developer, developerBytes)};
+    std::vector<StorageCategory> slices = {{Kind::developer, developerBytes, true, std::nullopt}};
     if (!disk) return slices;
-    slices.push_back(slice(Kind::applications, survey.applicationsBytes));
-    slices.push_back(slice(Kind::documents, survey.documentsBytes));
-    std::uint64_t named = 0;
-    for (const StorageCategory& category : slices) named = addBytes(named, category.bytes);
-    const std::uint64_t used = disk->usedBytes();
-    slices.push_back(slice(Kind::other, used > named ? used - named : 0));
-    slices.push_back(slice(Kind::free, disk->freeBytes));
+    slices.push_back(sliceOf(Kind::applications, survey.applications));
+    slices.push_back(sliceOf(Kind::documents, survey.documents));
+    std::uint64_t left = disk->usedBytes();
+    for (StorageCategory& slice : slices) {
+        slice.bytes = std::min(slice.bytes, left);
+        left -= slice.bytes;
+    }
+    slices.push_back({Kind::other, left, true, std::nullopt});
+    slices.push_back({Kind::free, std::min(disk->freeBytes, disk->totalBytes), true, std::nullopt});
     return slices;
 }
 

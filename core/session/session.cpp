@@ -208,11 +208,17 @@ ScanReport Session::scan(const ScanOptions& options) const {
                                                       .includeProjects = options.includeProjects,
                                                       .projectRoots = std::move(roots),
                                                       .tools = toolbox(),
+                                                      .survey = surveyRequest(options),
                                                       .onModuleFinished = options.onModuleFinished,
                                                       .onTimings = options.onTimings,
                                                   });
     recordSample(report, options);
     return report;
+}
+
+std::optional<SurveyRequest> Session::surveyRequest(const ScanOptions& options) const {
+    if (!options.includeSurvey || !options.only.empty()) return std::nullopt;
+    return SurveyRequest{userFolders(home_.path, home_.environment), !options.isUnattended};
 }
 
 // Not to be had on a full disk or in a read-only home, and then no matter.

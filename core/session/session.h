@@ -44,6 +44,9 @@ struct ScanOptions {
     bool includeDisabled = false;  // also the modules that the settings switch off
     // Nobody is there to answer: what the system would ask the user about is left alone, unless access was granted before.
     bool isUnattended = false;
+    // Applications and documents are measured as well, unless some modules alone are asked: theirs is not the developer data
+    // that would have to be left out.
+    bool includeSurvey = true;
     std::set<ModuleID> only = {};  // these modules alone, also when the settings disable them; empty: all
     std::function<void(const ModuleResult&)> onModuleFinished;
     std::function<void(const std::vector<StageTiming>&)> onTimings;
@@ -142,6 +145,7 @@ class Session {
   private:
     std::expected<FileLock, Error> cleanupLock() const;
     std::expected<CleanOutcome, CleanRefusal> cleanLocked(CleanRequest request) const;
+    std::optional<SurveyRequest> surveyRequest(const ScanOptions& options) const;
     void recordSample(const ScanReport& report, const ScanOptions& options) const;
     void recordSample(const Receipt& receipt) const;
     std::string variable(std::string_view name) const;  // of the environment; empty when it is not set

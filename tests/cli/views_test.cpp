@@ -119,9 +119,9 @@ TEST(ReportView, SaysSoWhenThereIsNothingOrNoCapacity) {
     report.storage.front().storedBlockedReason = "Grant access";
     report.disk = DiskInfo{"Disk \xff", 1000, 400};
     report.storage.front().isMeasured = false;
-    expectAll(
-        {"not measured: Grant access", "Volume Disk \\xFF  600 B of 1.0 KB used", "This scan is partial"},
-        text(false));
+    expectAll({"Developer data not measured: Grant access", "Volume Disk \\xFF  600 B of 1.0 KB used",
+               "This scan is partial"},
+              text(false));
 }
 
 }  // namespace brindle

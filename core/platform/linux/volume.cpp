@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 
+#include "core/platform/file_status.h"
 #include "core/platform/files.h"
 #include "core/platform/machine.h"
 
@@ -51,6 +52,19 @@ std::expected<VolumeCapacity, Error> volumeCapacity(const std::string& path) {
         return std::unexpected(errorFrom(EOVERFLOW, kOperation, path));
     }
     return capacity;
+}
+
+// Subvolumes of one Btrfs have device numbers of their own, and one device behind them.
+bool isOnOneVolume(const std::string& one, const std::string& other) {
+    const auto first = statusOf(one);
+    const auto second = statusOf(other);
+    if (!first || !second) return false;
+    if (first->device == second->device) return true;
+    const auto table = readFile("/proc/self/mountinfo");
+    const auto places = std::pair(canonicalPath(one), canonicalPath(other));
+    if (!table || !places.first || !places.second) return false;
+    const auto device = mountedDeviceHolding(*places.first, *table);
+    return device && device == mountedDeviceHolding(*places.second, *table);
 }
 
 bool canCloneFiles(const std::string& path) {

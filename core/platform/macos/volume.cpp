@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 
+#include "core/platform/file_status.h"
 #include "core/platform/machine.h"
 #include "core/platform/macos/core_foundation.h"
 
@@ -50,6 +51,12 @@ std::expected<VolumeCapacity, Error> volumeCapacity(const std::string& path) {
     if (!total || !available) return std::unexpected(errorFrom(ENOTSUP, kOperation, path));
     return VolumeCapacity{textFrom(CFDictionaryGetValue(values.get(), kCFURLVolumeNameKey)), *total,
                           *available};
+}
+
+bool isOnOneVolume(const std::string& one, const std::string& other) {
+    const auto first = statusOf(one);
+    const auto second = statusOf(other);
+    return first && second && first->device == second->device;
 }
 
 bool canCloneFiles(const std::string& path) {

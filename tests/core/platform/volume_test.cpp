@@ -44,6 +44,15 @@ TEST(Volume, FindsTheMountPointThatHoldsAPath) {
     EXPECT_TRUE(MountPoints::fromTable("").areKnown() && MountPoints::current().areKnown());
     EXPECT_FALSE(MountPoints().areKnown());
     EXPECT_EQ(mountPointHolding("/etc", "22 21 8:2 / /home rw\n"), std::nullopt);
+    constexpr std::string_view kSubvolumes =
+        "21 1 0:24 /@ / rw shared:1 - btrfs /dev/a\\040b rw,subvol=/@\n"
+        "22 21 0:24 /@home /home rw - btrfs /dev/a\\040b rw,subvol=/@home\n"
+        "23 22 8:2 / /home/x rw - ext4 /dev/sda2 rw\n24 23 0:30 / /home/x rw - tmpfs tmpfs rw\n25 1 0:1 / "
+        "/cut rw";
+    for (const auto& [path, device] :
+         {Case{"/opt", "/dev/a b"}, Case{"/home/u", "/dev/a b"}, Case{"/home/x", ""}, Case{"/cut", ""}}) {
+        EXPECT_EQ(mountedDeviceHolding(path, kSubvolumes).value_or(""), device) << path;
+    }
 }
 
 TEST(Volume, TellsTheCapacityBehindALink) {
@@ -60,6 +69,8 @@ TEST(Volume, TellsTheCapacityBehindALink) {
     EXPECT_EQ(capacity->totalBytes, std::uint64_t{volume.f_blocks} * volume.f_frsize);
     EXPECT_EQ(volumeCapacity("/proc").error().code, ENOTSUP);
 #endif
+    EXPECT_TRUE(isOnOneVolume(home.path(), home.path("real")));
+    EXPECT_FALSE(isOnOneVolume(home.path(), "/proc") || isOnOneVolume(home.path(), home.path("none")));
     EXPECT_EQ(volumeCapacity(home.link("dangling", "none")).error().kind, Error::Kind::missing);
 }
 

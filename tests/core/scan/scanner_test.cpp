@@ -6,7 +6,6 @@
 
 #include "core/scan/cancellation_flag.h"
 #include "core/scan/report_json.h"
-#include "core/scan/storage_survey.h"
 #include "tests/support/item_checks.h"
 #include "tests/support/sample_project.h"
 
@@ -152,25 +151,6 @@ TEST(Scanner, ProtectsWhatTheGuardWouldRefuseAndSaysWhy) {
         EXPECT_EQ(report.reclaimableBytes(), 10U);
         EXPECT_EQ(items[4], result.items[4]);
     }
-}
-
-TEST(StorageBreakdown, SumsToTheCapacity) {
-    using Kind = StorageCategory::Kind;
-    const StorageSurvey survey{.applicationsBytes = 300, .documentsBytes = 100};
-    struct Row {
-        std::uint64_t total, free, other;
-        StorageSurvey survey;
-    };
-    for (const Row& row : {Row{1000, 300, 500, {}}, Row{1000, 300, 100, survey}, Row{1000, 900, 0, {}},
-                           Row{100, 200, 0, {}}}) {
-        const auto slices = storageBreakdown(DiskInfo{"v", row.total, row.free}, 200, row.survey);
-        ASSERT_EQ(slices.size(), 5U);
-        EXPECT_EQ(slices[3].kind, Kind::other);
-        EXPECT_EQ(slices[3].bytes, row.other);
-        EXPECT_EQ(slices[1].isMeasured, row.survey.applicationsBytes.has_value());
-        EXPECT_EQ(slices[4].bytes, row.free);
-    }
-    EXPECT_EQ(storageBreakdown(std::nullopt, 7, {}).size(), 1U);
 }
 
 TEST(ReportJson, TellsOfEachProjectWhichOthersLookAlike) {
