@@ -6,6 +6,7 @@ import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 BENCHES = {
+    "duplicates": "finding identical files beside jdupes, rmlint, rdfind and fdupes; a million files",
     "measure": "a scan's walk beside du and gdu: wall time, memory, system calls",
     "projects": "finding and measuring projects beside the bare walk and find with du; Git's share of it",
     "remove": "a whole cleanup of a tree beside rm -rf, on disk and in memory",

@@ -133,19 +133,6 @@ std::expected<CleanOutcome, CleanRefusal> cleaned(const CommandContext& context,
          .onProgress = [&](const CleanProgress& done) { freed = done.bytesFreedSoFar; }});
 }
 
-ExitCode codeOf(CleanRefusal::Kind kind) {
-    switch (kind) {
-        case CleanRefusal::Kind::historyUnreadable:
-            return ExitCode::kHistoryUnreadable;
-        case CleanRefusal::Kind::busy:
-            return ExitCode::kBusy;
-        case CleanRefusal::Kind::settingsUnreadable:
-        case CleanRefusal::Kind::notRecordable:
-            return ExitCode::failed;
-    }
-    return ExitCode::failed;
-}
-
 ExitCode codeOf(const CommandContext& context, const CleanResult& result) {
     if (result.outcome.isInterrupted && context.surroundings.isInterrupted()) return ExitCode::interrupted;
     if (!result.outcome.isRecorded) return ExitCode::failed;
@@ -165,7 +152,7 @@ std::optional<Outcome> putDown(const CommandContext& context, const Task& task) 
 
 Outcome carryOut(const CommandContext& context, const Task& task, const std::string& shown) {
     const auto outcome = cleaned(context, task);
-    if (!outcome) return refusal(context, codeOf(outcome.error().kind), outcome.error().sentence);
+    if (!outcome) return refusal(context, exitCodeFor(outcome.error().kind), outcome.error().sentence);
     const CleanResult result{.outcome = *outcome,
                              .items = task.items,
                              .leftAlone = task.leftAlone,
@@ -260,6 +247,20 @@ Outcome cleanChosen(const CommandContext& context) {
 }
 
 }  // namespace
+
+ExitCode exitCodeFor(CleanRefusal::Kind kind) {
+    switch (kind) {
+        case CleanRefusal::Kind::historyUnreadable:
+            return ExitCode::kHistoryUnreadable;
+        case CleanRefusal::Kind::busy:
+            return ExitCode::kBusy;
+        case CleanRefusal::Kind::settingsUnreadable:
+        case CleanRefusal::Kind::nothingMayGo:
+        case CleanRefusal::Kind::notRecordable:
+            return ExitCode::failed;
+    }
+    return ExitCode::failed;
+}
 
 Outcome runClean(const CommandContext& context) {
     if (auto outcome = obstacle(context)) return *std::move(outcome);

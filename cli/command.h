@@ -38,12 +38,16 @@ Outcome runProjects(const CommandContext& context);
 Outcome runProject(const CommandContext& context);
 Outcome runDisk(const CommandContext& context);
 Outcome runSchedule(const CommandContext& context);
+Outcome runDuplicates(const CommandContext& context);
 Outcome runModules(const CommandContext& context);
 Outcome runSettings(const CommandContext& context);
 Outcome runDoctor(const CommandContext& context);
 
 // All receipts; otherwise it has been said why not, and the outcome is how the program ends.
 std::expected<std::vector<Receipt>, Outcome> readableHistory(const CommandContext& context);
+
+// Of a cleanup that was not begun.
+ExitCode exitCodeFor(CleanRefusal::Kind kind);
 
 // A sentence for the user, with the program's name before it.
 void complain(Streams& streams, std::string_view sentence);

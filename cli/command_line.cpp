@@ -72,6 +72,7 @@ std::optional<Outcome> runManual(const Options& options, const OptionSet& set, c
         case Command::project:
         case Command::disk:
         case Command::schedule:
+        case Command::duplicates:
         case Command::modules:
         case Command::settings:
         case Command::doctor:
@@ -100,6 +101,8 @@ Outcome runOnHome(const CommandContext& context) {
             return runDisk(context);
         case Command::schedule:
             return runSchedule(context);
+        case Command::duplicates:
+            return runDuplicates(context);
         case Command::modules:
             return runModules(context);
         case Command::settings:

@@ -2,7 +2,7 @@
 #include <charconv>
 
 #include "cli/option_set.h"
-#include "cli/option_words.h"
+#include "cli/option_text.h"
 #include "core/settings/setting_text.h"
 #include "core/text/core_strings.h"
 #include "core/text/printable.h"
@@ -51,6 +51,7 @@ std::expected<Options, UsageError> OptionSet::understood() const {
     if (auto read = readHistory(options); !read) return std::unexpected(read.error());
     if (auto read = readProjects(options); !read) return std::unexpected(read.error());
     if (auto read = readSchedule(options); !read) return std::unexpected(read.error());
+    if (auto read = readDuplicates(options); !read) return std::unexpected(read.error());
     if (auto read = readSettings(options); !read) return std::unexpected(read.error());
     return options;
 }

@@ -5,7 +5,7 @@
 #include <charconv>
 #include <utility>
 
-#include "cli/option_words.h"
+#include "cli/option_text.h"
 #include "cli/suggestion.h"
 #include "core/modules/default_modules.h"
 #include "core/settings/setting_keys.h"
@@ -29,7 +29,7 @@ struct NamedCommand {
     Command command;
 };
 
-constexpr std::array<NamedCommand, 15> kCommands = {{{"scan", Command::scan},
+constexpr std::array<NamedCommand, 16> kCommands = {{{"scan", Command::scan},
                                                      {"explain", Command::explain},
                                                      {"clean", Command::clean},
                                                      {"history", Command::history},
@@ -38,17 +38,13 @@ constexpr std::array<NamedCommand, 15> kCommands = {{{"scan", Command::scan},
                                                      {"project", Command::project},
                                                      {"disk", Command::disk},
                                                      {"schedule", Command::schedule},
+                                                     {"duplicates", Command::duplicates},
                                                      {"modules", Command::modules},
                                                      {"settings", Command::settings},
                                                      {"doctor", Command::doctor},
                                                      {"completion", Command::completion},
                                                      {"man", Command::man},
                                                      {"help", Command::help}}};
-
-// "--json=3" is a mistake, not a yes.
-void addFlag(CLI::App& command, const std::string& name, bool& target, const std::string& description) {
-    command.add_flag(name, target, description)->disable_flag_override();
-}
 
 // CLI11 takes a value in brackets for a list of its own, and forgets about "--" on the way from a command to
 // the program. A zero byte, which no argument can hold, keeps it from both.
@@ -109,6 +105,7 @@ OptionSet::OptionSet() : program_(std::string(kAbout), "brindle") {
     defineHistory();
     defineProjects();
     defineSchedule();
+    defineDuplicates();
     defineSettings();
     defineManual();
 }

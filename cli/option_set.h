@@ -59,6 +59,8 @@ class OptionSet {
         bool restoreRehearsal = false, restoreYes = false;
         bool json = false, noColour = false, noProjects = false, timings = false, reset = false;
         bool dormant = false, recover = false;
+        std::string keep;
+        bool trashes = false;
         bool safe = false, review = false, protected_ = false;
         bool includeReview = false, dryRun = false, yes = false;
     };
@@ -78,6 +80,7 @@ class OptionSet {
     void defineHistory();
     void defineProjects();
     void defineSchedule();
+    void defineDuplicates();
     void defineSettings();
     void defineManual();
 
@@ -93,6 +96,7 @@ class OptionSet {
     std::expected<void, UsageError> readHistory(Options& options) const;
     std::expected<void, UsageError> readProjects(Options& options) const;
     std::expected<void, UsageError> readSchedule(Options& options) const;
+    std::expected<void, UsageError> readDuplicates(Options& options) const;
     std::expected<void, UsageError> readSettings(Options& options) const;
 
     CLI::App program_;

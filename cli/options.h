@@ -61,6 +61,14 @@ struct RawTexts<ScheduleAction> {
                                                                "run",    "install", "uninstall"};
 };
 
+// duplicates
+struct DuplicateWish {
+    std::uint64_t leastBytes = 1;
+    bool trashes = false;      // copies are to go
+    std::string keep;          // "oldest", "newest", or a path as typed; empty: nothing is to go
+    bool isConfirmed = false;  // nobody need be asked
+};
+
 enum class Command {
     help,
     scan,
@@ -72,6 +80,7 @@ enum class Command {
     project,
     disk,
     schedule,
+    duplicates,
     modules,
     settings,
     doctor,
@@ -104,7 +113,10 @@ struct Options {
                clean.leastBytes || only;
     }
 
-    std::string subject;  // explain: an item or a path; project: a path; history, restore: a cleanup
+    DuplicateWish duplicates;
+
+    std::string
+        subject;  // explain: an item or a path; project, duplicates: a path; history, restore: a cleanup
 
     RestoreOptions restore;
 

@@ -8,6 +8,7 @@
 
 #include "core/guard/safety_tables.h"
 #include "core/measure/directory_sizer.h"
+#include "core/model/duplicate_report.h"
 #include "core/platform/file_status.h"
 #include "core/platform/known_folders.h"
 #include "core/platform/machine.h"
@@ -127,6 +128,7 @@ SafetyVerdict SafetyGuard::verdictForDeleting(const std::string& path) const {
     if (const Refusal refusal = symlinkVerdict(standard)) return *refusal;
     if (scope_.projectArtifacts.contains(standard)) return artifactVerdict(standard);
     if (scope_.appLeftovers.contains(standard)) return leftoverVerdict(standard);
+    if (scope_.exportCopies.contains(standard)) return exportVerdict(standard);
     return cacheVerdict(standard);
 }
 
@@ -180,6 +182,14 @@ SafetyVerdict SafetyGuard::leftoverVerdict(std::string_view path) const {
     if (!holds(kApplicationDataFolders, folderOf(relative(path)))) {
         return refused("not directly inside a folder applications leave data in");
     }
+    return SafetyVerdict::allowed();
+}
+
+// Exports lie where people keep things, so their place says nothing; what they are does.
+SafetyVerdict SafetyGuard::exportVerdict(const std::string& path) const {
+    if (!isDeveloperExport(path)) return refused("not a developer export archive");
+    const auto status = statusOf(path);
+    if (status && !status->isRegular()) return refused("not a regular file");
     return SafetyVerdict::allowed();
 }
 

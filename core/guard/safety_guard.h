@@ -26,6 +26,8 @@ struct SafetyScope {
     std::set<std::string> artifactNames = {};     // the names that such a folder may have
     std::set<std::string> appLeftovers =
         {};  // folders of applications that are gone, as the scan offered them
+    // Archives to be handed on of which an identical copy stays, as the user chose them.
+    std::set<std::string> exportCopies = {};
 };
 
 // A tree as it was when it was judged.
@@ -80,6 +82,7 @@ class SafetyGuard {
     Refusal symlinkVerdict(const std::string& path) const;
     SafetyVerdict artifactVerdict(std::string_view path) const;
     SafetyVerdict leftoverVerdict(std::string_view path) const;
+    SafetyVerdict exportVerdict(const std::string& path) const;
     SafetyVerdict cacheVerdict(std::string_view path) const;
     Refusal dataRefusal(std::string_view command) const;
     std::string_view relative(std::string_view path) const;

@@ -14,7 +14,14 @@ struct Workers {
     tbb::global_control limit{tbb::global_control::max_allowed_parallelism,
                               static_cast<std::size_t>(walkWorkerCount())};
     tbb::task_arena arena{walkWorkerCount()};
+    tbb::task_arena readers{kReaders};
 };
+
+// Never destroyed: a thread of a face may still be in a walk when the process exits.
+Workers& workers() {
+    static auto* const kWorkers = new Workers;
+    return *kWorkers;
+}
 
 }  // namespace
 
@@ -27,9 +34,11 @@ int walkWorkerCount() {
 }
 
 tbb::task_arena& walkArena() {
-    // Never destroyed: a thread of a face may still be in a walk when the process exits.
-    static auto* const kWorkers = new Workers;
-    return kWorkers->arena;
+    return workers().arena;
+}
+
+tbb::task_arena& readerArena() {
+    return workers().readers;
 }
 
 }  // namespace brindle

@@ -1,4 +1,4 @@
-// The threads that walks share: one arena for the whole process.
+// The threads that walks share: one arena for the whole process, and one for reading.
 #pragma once
 
 #include <tbb/task_arena.h>
@@ -10,5 +10,9 @@ namespace brindle {
 tbb::task_arena& walkArena();
 
 int walkWorkerCount();
+
+// Beside it, for reading whole files: as many at a time as keep a disk busy, and no more, for each has its buffer.
+tbb::task_arena& readerArena();
+inline constexpr int kReaders = 8;
 
 }  // namespace brindle

@@ -14,9 +14,10 @@ struct FileStatus {
     std::uint64_t inode = 0;
     std::uint16_t mode = 0;  // type and permission bits
     std::uint64_t linkCount = 0;
-    std::int64_t size = 0;      // bytes
-    std::uint64_t blocks = 0;   // of 512 bytes
-    std::int64_t modified = 0;  // seconds since 1970, rounded down
+    std::int64_t size = 0;                 // bytes
+    std::uint64_t blocks = 0;              // of 512 bytes
+    std::int64_t modified = 0;             // seconds since 1970, rounded down
+    std::int32_t modifiedNanoseconds = 0;  // beyond the second
 
     bool isFolder() const;
     bool isLink() const;

@@ -50,6 +50,12 @@ std::string_view lastComponent(std::string_view path) {
     return path.substr(path.find_last_of('/') + 1);
 }
 
+std::string_view extensionOf(std::string_view path) {
+    const std::string_view name = lastComponent(path);
+    const std::size_t dot = name.rfind('.');
+    return dot == std::string_view::npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
+}
+
 std::string abbreviatedPath(std::string_view path, std::string_view home) {
     if (!isAtOrBelow(path, home)) return std::string(path);
     return fmt::format("~{}{}", path != home && home.ends_with('/') ? "/" : "", path.substr(home.size()));

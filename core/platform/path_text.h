@@ -22,6 +22,9 @@ bool isAtOrBelow(std::string_view path, std::string_view folder);
 std::string folderOf(std::string_view path);
 std::string_view lastComponent(std::string_view path);
 
+// What stands behind the last "." of the last component; empty where there is no "." but perhaps as its first letter.
+std::string_view extensionOf(std::string_view path);
+
 // With the home folder written "~"; a path outside it is whole.
 std::string abbreviatedPath(std::string_view path, std::string_view home);
 

@@ -107,6 +107,14 @@ std::vector<ProjectKind> kindsAmong(const std::vector<std::string>& entries) {
     return kinds;
 }
 
+bool marksProject(std::string_view entry) {
+    if (entry == ".git") return true;
+    return std::ranges::any_of(kMarkers, [&](const Names& markers) {
+        return std::ranges::any_of(markers,
+                                   [&](std::string_view marker) { return isMarkedBy(entry, marker); });
+    });
+}
+
 Names activityFiles() {
     return kActivityFiles;
 }

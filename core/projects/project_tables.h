@@ -17,6 +17,9 @@ std::span<const std::string_view> markersOf(ProjectKind kind);
 // Those with a marker among the names in a folder, in the order of the kinds.
 std::vector<ProjectKind> kindsAmong(const std::vector<std::string>& entries);
 
+// Whether an entry of this name makes a folder a project: ".git", or a marker of any kind.
+bool marksProject(std::string_view entry);
+
 // Names, but for ".git", that mark a folder whose times tell of activity.
 std::span<const std::string_view> activityFiles();
 

@@ -135,7 +135,17 @@ std::optional<ReceiptEntry> Cleaner::handled(const CleanupItem& item, const Clea
         entry.note = verdict.reason();
         return entry;
     }
-    if (!item.removal.isCommand()) return removePaths(item, request);
+    const LastWord word = request.lastWord(item);
+    if (word.refusal) {
+        if (request.isCancelled()) return std::nullopt;
+        entry.note = *word.refusal;
+        return entry;
+    }
+    if (!item.removal.isCommand()) {
+        entry = removePaths(item, request);
+        if (!entry.note) entry.note = word.note;
+        return entry;
+    }
     entry = CommandRemoval(means_.tools, request.safety).run(item, request.isDryRun, request.isCancelled);
     if (entry.method == RemovalMethod::refused && request.isCancelled()) return std::nullopt;
     return entry;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,6 +31,12 @@ struct CleanProgress {
     bool operator==(const CleanProgress&) const = default;
 };
 
+// Of who knows more of an item than its paths, right before it goes.
+struct LastWord {
+    std::optional<std::string> refusal{};  // a localised sentence: it stays
+    std::optional<std::string> note{};     // for its entry when it has gone
+};
+
 struct CleanRequest {
     std::vector<CleanupItem> items;  // worked in this order
     SafetyGuard safety;              // for the report that offered them
@@ -38,6 +45,7 @@ struct CleanRequest {
     TimePoint startedAt = {};
     CancellationTest isCancelled = [] { return false; };  // asked before each item, and while a tool runs
     std::function<void(const CleanupItem&)> onItem = [](const CleanupItem&) {};  // before each
+    std::function<LastWord(const CleanupItem&)> lastWord = [](const CleanupItem&) { return LastWord{}; };
     // After each. False ends the cleanup before the next one: what cannot be recorded must not be done.
     std::function<bool(const ReceiptEntry&)> onEntry = [](const ReceiptEntry&) { return true; };
     std::function<void(const CleanProgress&)> onProgress = [](const CleanProgress&) {};

@@ -39,6 +39,7 @@ struct CleanRefusal {
         historyUnreadable,   // or the journal of an interrupted cleanup is: both are left as they are
         busy,                // another cleanup is running
         settingsUnreadable,  // without the protected paths nothing may go
+        nothingMayGo,        // what was chosen is not to be removed
         notRecordable,       // the intent could not be written: a full disk, a read-only folder
     };
     Kind kind = Kind::notRecordable;

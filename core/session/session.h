@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/guard/safety_guard.h"
+#include "core/insight/duplicate_scanner.h"
 #include "core/insight/low_disk.h"
 #include "core/insight/schedule_log.h"
 #include "core/insight/scheduler.h"
@@ -23,6 +24,7 @@
 #include "core/removal/history_store.h"
 #include "core/scan/scanner.h"
 #include "core/session/cleanup.h"
+#include "core/session/duplicate_order.h"
 #include "core/session/put_back_order.h"
 #include "core/session/schedule_timer.h"
 #include "core/settings/full_disk_access.h"
@@ -118,6 +120,13 @@ class Session {
     // the history, whenever the process ends.
     std::expected<CleanOutcome, CleanRefusal> clean(const CleanOrder& order) const;
 
+    // Identical files below one folder of the home, and which of them may go; the Trash of the home is passed over. The
+    // error is a localised sentence.
+    std::expected<FoundDuplicates, std::string> findDuplicates(DuplicateSearch search) const;
+
+    // Puts copies into the Trash, as a cleanup: each is compared once more right before it goes, and so is one that stays.
+    std::expected<CleanOutcome, CleanRefusal> trashDuplicates(const TrashDuplicatesOrder& order) const;
+
     // Turns what a cleanup left that did not come to its end into its receipt; absent when there is nothing of the
     // kind, and while a cleanup is running. One look at one file where there is none.
     std::expected<std::optional<Receipt>, CleanRefusal> recordInterrupted() const;
@@ -144,6 +153,10 @@ class Session {
 
   private:
     std::expected<FileLock, Error> cleanupLock() const;
+    using GuardSource = std::function<std::expected<SafetyGuard, Error>()>;
+    // The request lacks its guard, which is made under the lock, its identity and its time.
+    std::expected<CleanOutcome, CleanRefusal> cleanUnderLock(CleanRequest request,
+                                                             const GuardSource& guard) const;
     std::expected<CleanOutcome, CleanRefusal> cleanLocked(CleanRequest request) const;
     std::optional<SurveyRequest> surveyRequest(const ScanOptions& options) const;
     void recordSample(const ScanReport& report, const ScanOptions& options) const;

@@ -154,23 +154,30 @@ std::expected<std::optional<Receipt>, CleanRefusal> Session::recordInterrupted()
 }
 
 std::expected<CleanOutcome, CleanRefusal> Session::clean(const CleanOrder& order) const {
+    return cleanUnderLock({.items = order.items,
+                           .safety = SafetyGuard({}),
+                           .isDryRun = order.isDryRun,
+                           .isCancelled = order.isCancelled,
+                           .onItem = order.onItem,
+                           .onProgress = order.onProgress},
+                          [&] { return safetyGuard(order.report); });
+}
+
+std::expected<CleanOutcome, CleanRefusal> Session::cleanUnderLock(CleanRequest request,
+                                                                  const GuardSource& guardSource) const {
     const auto lock = cleanupLock();
     if (!lock && lock.error().kind == Error::Kind::busy)
         return refusal(CleanRefusal::Kind::busy, localized("Another cleanup is running."));
     if (!lock) return notRecordable(lock.error());
     if (!recordWhatWasLeft(history(), trash()) || !history().loadChecked()) return unreadableHistory();
-    const auto guard = safetyGuard(order.report);
+    const auto guard = guardSource();
     if (!guard) return refusal(CleanRefusal::Kind::settingsUnreadable, guard.error().describe());
     const auto id = Uuid::fresh();
     if (!id) return notRecordable(id.error());
-    return cleanLocked({.items = order.items,
-                        .safety = *guard,
-                        .isDryRun = order.isDryRun,
-                        .id = *id,
-                        .startedAt = std::chrono::system_clock::now(),
-                        .isCancelled = order.isCancelled,
-                        .onItem = order.onItem,
-                        .onProgress = order.onProgress});
+    request.safety = *guard;
+    request.id = *id;
+    request.startedAt = std::chrono::system_clock::now();
+    return cleanLocked(std::move(request));
 }
 
 void Session::recordSample(const Receipt& receipt) const {

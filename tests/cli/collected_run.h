@@ -69,6 +69,7 @@ inline CollectedRun runIn(const TestHome& home, std::vector<std::string> argumen
                                           .environment = settings.environment,
                                           .resourceFolder = resourcesFolder(),
                                           .accountHome = home.path(),
+                                          .program = home.path("bin/brindle"),
                                           .workingFolder = home.path(),
                                           .isInterrupted = settings.isInterrupted},
                                          streams);

@@ -87,6 +87,7 @@ TEST(Environment, NamedHomeIsAnotherUsersWhateverTheEnvironmentSays) {
                         .environment = {"HOME=/elsewhere", "XDG_CONFIG_HOME=/x", "LANG=C"},
                         .resourceFolder = "",
                         .accountHome = home.path("real"),
+                        .program = "",
                         .workingFolder = home.path()};
     const auto named = chooseHome("alias/", around);
     ASSERT_TRUE(named);

@@ -7,6 +7,14 @@
 
 namespace brindle {
 
+inline const timespec& modificationOf(const struct stat& record) {
+#ifdef __APPLE__
+    return record.st_mtimespec;
+#else
+    return record.st_mtim;
+#endif
+}
+
 inline FileStatus statusFrom(const struct stat& record) {
     return {
         .device = static_cast<std::int32_t>(record.st_dev),
@@ -15,7 +23,8 @@ inline FileStatus statusFrom(const struct stat& record) {
         .linkCount = static_cast<std::uint64_t>(record.st_nlink),
         .size = static_cast<std::int64_t>(record.st_size),
         .blocks = static_cast<std::uint64_t>(record.st_blocks),
-        .modified = static_cast<std::int64_t>(record.st_mtime),
+        .modified = static_cast<std::int64_t>(modificationOf(record).tv_sec),
+        .modifiedNanoseconds = static_cast<std::int32_t>(modificationOf(record).tv_nsec),
     };
 }
 

@@ -56,11 +56,16 @@ TEST(SafetyGuard, JudgesAPathByItsNames) {
          .projectArtifacts = below({"/Documents/web/node_modules", "/code/.git/node_modules", "/code/odd"}),
          .artifactNames = {"node_modules"},
          .appLeftovers = below({app, app + "/org.example.app", "/Library/Caches/com.apple.app",
-                                "/Library/Logs/example.app", "/Library/Preferences/org.example.app"})});
+                                "/Library/Logs/example.app", "/Library/Preferences/org.example.app"}),
+         .exportCopies = below({"/Downloads/a.IPA", "/Documents/b.whl", "/Downloads/c.zip", "/Downloads",
+                                "/.config/d.apk", "/code/.git/e.aab"})});
     for (const auto& [reason, places] : std::vector<std::pair<std::string, std::vector<std::string>>>{
              {kAllowed,
               {"/.npm/_cacache", "//.npm/./_cacache//", "/.npm/caf\xe9", "/Library/Caches", "/go/pkg/mod",
-               "/Library/Application Support/Code/Cache/x", "/Documents/web/node_modules", app}},
+               "/Library/Application Support/Code/Cache/x", "/Documents/web/node_modules", app,
+               "/Downloads/a.IPA", "/Documents/b.whl", "/.config/d.apk"}},
+             {"not a developer export archive", {"/Downloads/c.zip", "/Downloads"}},
+             {never("Downloads"), {"/Downloads/other.ipa"}},
              {"invalid path or parent-directory traversal",
               {std::string("/.npm/a\0b", 9), "/Library/Caches/../Documents", "/.."}},
              {"path tries to climb out of its directory", {"/.cache/foo..bar"}},
@@ -70,7 +75,8 @@ TEST(SafetyGuard, JudgesAPathByItsNames) {
              {"not inside a location Brindle is allowed to clean",
               {"/.npmx/a", "/Library", "/Library/Cachesx", "/Library/Application Support/Code", "/go/pkg",
                "/Library/Application Support/org.example.other"}},
-             {never(".git"), {"/Library/Caches/x/.git/objects", "/code/.git/node_modules"}},
+             {never(".git"),
+              {"/Library/Caches/x/.git/objects", "/code/.git/node_modules", "/code/.git/e.aab"}},
              {never("Keychains"), {"/Library/Keychains/x"}},
              {never(".config"), {"/.cache/.config/Music"}},
              {never("Documents"), {"/Documents/web/build", "/Documents/web/node_modules/x"}},

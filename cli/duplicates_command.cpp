@@ -1,0 +1,173 @@
+// brindle duplicates
+#include <algorithm>
+#include <optional>
+#include <set>
+#include <tuple>
+
+#include "cli/answer.h"
+#include "cli/clean_page.h"
+#include "cli/command.h"
+#include "cli/duplicates_page.h"
+#include "cli/item_lookup.h"
+#include "cli/page_rows.h"
+#include "core/platform/path_text.h"
+#include "core/text/core_strings.h"
+#include "core/text/printable.h"
+
+namespace brindle {
+
+namespace {
+
+Outcome refusal(const CommandContext& context, ExitCode code, const std::string& sentence) {
+    complain(context.streams, sentence);
+    return {code, ""};
+}
+
+bool isSpoken(const CommandContext& context) {
+    return !context.options.isJson && context.streams.messageTerminal();
+}
+
+std::string resultOf(const CommandContext& context, const FoundDuplicates& found) {
+    return context.options.isJson ? duplicatesJson(found)
+                                  : duplicatesText(found, context.session.home(), context.look);
+}
+
+std::expected<FoundDuplicates, std::string> searched(const CommandContext& context, const std::string& root) {
+    if (isSpoken(context)) {
+        context.streams.writeMessage(paragraphText(
+            localized(
+                "Choose a folder on your home volume. Repositories, source, package stores, hard links and "
+                "recently modified or open files are excluded. Only .ipa, .apk, .aab and .whl exports "
+                "outside "
+                "protected locations can be moved to Trash. Other matches are inspection-only; one identical "
+                "copy must remain."),
+            0, context.look));
+    }
+    const TaskProgress progress(context,
+                                localized("Files stay in place while Brindle compares their contents."));
+    return context.session.findDuplicates({.root = root,
+                                           .leastBytes = context.options.duplicates.leastBytes,
+                                           .isCancelled = context.surroundings.isInterrupted});
+}
+
+// --- which copy stays ---
+
+using Wish = std::optional<std::string>;  // a path; absent: by age
+
+bool isOlder(const DuplicateFile& left, const DuplicateFile& right) {
+    return std::tie(left.modified, left.modifiedNanoseconds, left.path) <
+           std::tie(right.modified, right.modifiedNanoseconds, right.path);
+}
+
+// Those that stay whatever may go; none where the wish names no copy of this content.
+std::vector<const DuplicateFile*> keptOf(const DuplicateGroup& group, const std::string& keep,
+                                         const Wish& place) {
+    std::vector<const DuplicateFile*> kept;
+    if (place) {
+        for (const DuplicateFile& file : group.files) {
+            if (isAtOrBelow(file.path, *place)) kept.push_back(&file);
+        }
+        return kept;
+    }
+    const auto [oldest, newest] = std::ranges::minmax_element(group.files, isOlder);
+    kept.push_back(keep == "oldest" ? &*oldest : &*newest);
+    return kept;
+}
+
+std::vector<DuplicateChoice> choicesFrom(const FoundDuplicates& found, const std::string& keep,
+                                         const Wish& place) {
+    std::vector<DuplicateChoice> choices;
+    for (const DuplicateGroup& group : found.report.groups) {
+        const auto kept = keptOf(group, keep, place);
+        if (kept.empty()) continue;
+        DuplicateChoice choice{.kept = kept.front()->path, .moved = {}, .bytesEach = group.bytesEach()};
+        for (const DuplicateFile& file : group.files) {
+            if (found.mayGo(file) && std::ranges::find(kept, &file) == kept.end())
+                choice.moved.push_back(file.path);
+        }
+        if (!choice.moved.empty()) choices.push_back(std::move(choice));
+    }
+    return choices;
+}
+
+// --- moving ---
+
+std::optional<Outcome> declined(const CommandContext& context) {
+    const auto answer = context.streams.ask(localized("Move them to the Trash?") + " [y/N] ");
+    if (context.surroundings.isInterrupted())
+        return refusal(context, ExitCode::interrupted, localized("interrupted: nothing was removed"));
+    if (!answer) {
+        return refusal(
+            context, ExitCode::failed,
+            localized("nothing was removed: there is no terminal on which to ask first; --yes goes "
+                      "without asking"));
+    }
+    if (isYes(*answer)) return std::nullopt;
+    return Outcome{ExitCode::success, localized("Nothing was removed.") + "\n"};
+}
+
+ExitCode codeOf(const CommandContext& context, const CleanOutcome& outcome) {
+    if (outcome.isInterrupted && context.surroundings.isInterrupted()) return ExitCode::interrupted;
+    if (!outcome.isRecorded) return ExitCode::failed;
+    const bool isAllGone = std::ranges::all_of(outcome.receipt.entries, [](const ReceiptEntry& entry) {
+        return entry.isFreeing() && !entry.isPartialFailure();
+    });
+    return isAllGone ? ExitCode::success : ExitCode::kSomeFailed;
+}
+
+Outcome carryOut(const CommandContext& context, const FoundDuplicates& found,
+                 const std::vector<DuplicateChoice>& choices) {
+    std::set<std::string> selection;
+    std::set<std::string> preferred;
+    for (const DuplicateChoice& choice : choices) {
+        selection.insert(choice.moved.begin(), choice.moved.end());
+        preferred.insert(choice.kept);
+    }
+    TaskProgress progress(context, localized("cleaning"));
+    const auto outcome = context.session.trashDuplicates(
+        {.report = found.report,
+         .selection = std::move(selection),
+         .preferred = std::move(preferred),
+         .isCancelled = context.surroundings.isInterrupted,
+         .onItem = [&](const CleanupItem& item) { progress.change(printable(item.title())); }});
+    if (!outcome) return refusal(context, exitCodeFor(outcome.error().kind), outcome.error().sentence);
+    const ExitCode code = codeOf(context, *outcome);
+    if (!context.options.isJson) return {code, trashedDuplicatesText(*outcome, context.look)};
+    return {code, outcomeJson({.outcome = *outcome, .items = {}, .leftAlone = {}})};
+}
+
+Outcome trashCopies(const CommandContext& context, const FoundDuplicates& found) {
+    const std::string& keep = context.options.duplicates.keep;
+    Wish place;
+    if (keep != "oldest" && keep != "newest") {
+        place = absolutePath(keep, context.surroundings.workingFolder, context.session.home());
+        if (!place) return refusal(context, ExitCode::failed, localized("the current folder is gone"));
+    }
+    const std::vector<DuplicateChoice> choices = choicesFrom(found, keep, place);
+    if (choices.empty())
+        return refusal(context, ExitCode::kNothingToDo, localized("there is no copy that may be moved"));
+    if (!context.options.isJson) context.streams.writeMessage(duplicateIntentText(choices, context.look));
+    if (!context.options.duplicates.isConfirmed) {
+        if (auto outcome = declined(context)) return *std::move(outcome);
+    }
+    return carryOut(context, found, choices);
+}
+
+}  // namespace
+
+Outcome runDuplicates(const CommandContext& context) {
+    const DuplicateWish& wish = context.options.duplicates;
+    if (wish.trashes && !context.session.history().loadChecked())
+        return refusal(context, ExitCode::kHistoryUnreadable,
+                       localized("History cannot be read; cleanup has not started."));
+    const auto root =
+        absolutePath(context.options.subject, context.surroundings.workingFolder, context.session.home());
+    if (!root) return refusal(context, ExitCode::failed, localized("the current folder is gone"));
+    const auto found = searched(context, *root);
+    if (!found) return refusal(context, ExitCode::failed, found.error());
+    if (found->report.cancelled) return {ExitCode::interrupted, resultOf(context, *found)};
+    if (wish.trashes) return trashCopies(context, *found);
+    return {unlessInterrupted(context), resultOf(context, *found)};
+}
+
+}  // namespace brindle
