@@ -21,8 +21,8 @@ struct Replacement {
 constexpr Replacement kUnitEscapes[] = {{'%', "%%"}};
 constexpr Replacement kXmlEscapes[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}};
 
-template <std::size_t count>
-std::string escaped(std::string_view text, const Replacement (&replacements)[count]) {
+template <std::size_t Count>
+std::string escaped(std::string_view text, const Replacement (&replacements)[Count]) {
     std::string result;
     for (const char each : text) {
         const auto* found = std::ranges::find(replacements, each, &Replacement::character);
@@ -36,9 +36,9 @@ std::string escaped(std::string_view text, const Replacement (&replacements)[cou
 }
 
 // Up to where `end` begins.
-template <std::size_t count>
+template <std::size_t Count>
 std::optional<std::string> unescapedUpTo(std::string_view text, std::string_view end,
-                                         const Replacement (&replacements)[count]) {
+                                         const Replacement (&replacements)[Count]) {
     std::string result;
     while (!text.empty() && !text.starts_with(end)) {
         const auto* found = std::ranges::find_if(
