@@ -60,27 +60,29 @@ bool isOlder(const DuplicateFile& left, const DuplicateFile& right) {
 }
 
 // Those that stay whatever may go; none where the wish names no copy of this content.
-std::vector<const DuplicateFile*> keptOf(const DuplicateGroup& group, const std::string& keep,
-                                         const Wish& place) {
-    std::vector<const DuplicateFile*> kept;
-    if (place) {
-        for (const DuplicateFile& file : group.files) {
-            if (isAtOrBelow(file.path, *place)) kept.push_back(&file);
-        }
-        return kept;
+std::vector<const DuplicateFile*> keptOf(const FoundDuplicates& found, const DuplicateGroup& group,
+                                         const std::string& keep, const Wish& place) {
+    std::vector<const DuplicateFile*> lasting;
+    for (const DuplicateFile& file : group.files) {
+        if (!found.fleeting.contains(file.path) && (!place || isAtOrBelow(file.path, *place)))
+            lasting.push_back(&file);
     }
-    const auto [oldest, newest] = std::ranges::minmax_element(group.files, isOlder);
-    kept.push_back(keep == "oldest" ? &*oldest : &*newest);
-    return kept;
+    if (place || lasting.empty()) return lasting;
+    const auto [oldest, newest] = std::ranges::minmax_element(
+        lasting, [](const auto* left, const auto* right) { return isOlder(*left, *right); });
+    return {keep == "oldest" ? *oldest : *newest};
 }
 
 std::vector<DuplicateChoice> choicesFrom(const FoundDuplicates& found, const std::string& keep,
                                          const Wish& place) {
     std::vector<DuplicateChoice> choices;
     for (const DuplicateGroup& group : found.report.groups) {
-        const auto kept = keptOf(group, keep, place);
+        const auto kept = keptOf(found, group, keep, place);
         if (kept.empty()) continue;
-        DuplicateChoice choice{.kept = kept.front()->path, .moved = {}, .bytesEach = group.bytesEach()};
+        // Clones of each other free nothing, so no promise is made of them.
+        DuplicateChoice choice{.kept = kept.front()->path,
+                               .moved = {},
+                               .bytesEach = group.sharesStorage() ? 0 : group.bytesEach()};
         for (const DuplicateFile& file : group.files) {
             if (found.mayGo(file) && std::ranges::find(kept, &file) == kept.end())
                 choice.moved.push_back(file.path);

@@ -186,6 +186,7 @@ std::string duplicateIntentText(const std::vector<DuplicateChoice>& choices, con
     }
     const std::string sum =
         localized("%@, %@ together.", counted("count.copiesToMove", copies), ByteFormat::shortText(bytes));
+    if (bytes == 0) return text + paragraphText(sum, 0, look);
     const std::string promise =
         localized("They are compared again, and one copy always stays. Empty the Trash to free the space.");
     return text + paragraphText(sum + " " + promise, 0, look);

@@ -33,7 +33,7 @@ inline constexpr std::array<ExitCodeMeaning, 10> kExitCodes = {{
     {ExitCode::kSomeFailed, "some of it was refused, has failed or was left alone, which the result names"},
     {ExitCode::kNothingToDo, "there was nothing to do"},
     {ExitCode::kHistoryUnreadable, "the history of cleanups cannot be read, so nothing was begun"},
-    {ExitCode::kBusy, "another cleanup is running, so nothing was begun"},
+    {ExitCode::kBusy, "another cleanup or scheduled scan is running, so nothing was begun"},
     {ExitCode::interrupted,
      "stopped by Ctrl-C, SIGTERM or SIGHUP; what was gathered is printed, unless a second one came"},
     {ExitCode::outputClosed, "the reader of the output went away"},

@@ -71,7 +71,7 @@ void tellOfLowSpace(const CommandContext& context, const ScanReport& report) {
 }
 
 void tellOfFind(const CommandContext& context, const Scheduler::Outcome& outcome) {
-    const std::uint64_t bytes = outcome.report.reclaimableBytes();
+    const std::uint64_t bytes = outcome.bytesLeft();
     if (outcome.wasCancelled || context.streams.messageTerminal() ||
         bytes < context.session.preferences().notifyThreshold())
         return;
@@ -91,30 +91,28 @@ std::string cleanedText(const Receipt& receipt) {
 }
 
 std::string outcomeText(const Scheduler::Outcome& outcome, const Look& look) {
-    std::string text =
-        localized("%@ could be cleaned.", ByteFormat::shortText(outcome.report.reclaimableBytes()));
-    if (outcome.receipt) text += " " + cleanedText(*outcome.receipt);
-    if (outcome.refusal) text += " " + localized("Nothing was cleaned: %@", *outcome.refusal);
+    std::string text = localized("%@ could be cleaned.", ByteFormat::shortText(outcome.bytesLeft()));
+    if (outcome.receipt) text = cleanedText(*outcome.receipt) + " " + text;
+    if (outcome.refusal) text += " " + localized("Nothing was cleaned: %@", outcome.refusal->sentence);
     return paragraphText(text, 0, look);
 }
 
 std::string outcomeJson(const Scheduler::Outcome& outcome) {
     return Json{{"schemaVersion", 1},
-                {"ran", !outcome.wasBusy},
+                {"ran", outcome.hasScanned},
                 {"wasCancelled", outcome.wasCancelled},
-                {"reclaimableBytes", outcome.report.reclaimableBytes()},
+                {"reclaimableBytes", outcome.bytesLeft()},
                 {"cleanup", outcome.receipt ? Json(toSortedJson(*outcome.receipt)) : Json(nullptr)},
-                {"refusal", outcome.refusal ? Json(jsonText(*outcome.refusal)) : Json(nullptr)}}
+                {"refusal", outcome.refusal ? Json(jsonText(outcome.refusal->sentence)) : Json(nullptr)}}
                .dump(2) +
            "\n";
 }
 
-ExitCode exitCodeOf(const CommandContext& context, const Scheduler::Outcome& outcome) {
+ExitCode exitCodeOf(const Scheduler::Outcome& outcome) {
     if (outcome.wasBusy) return ExitCode::kBusy;
     if (outcome.wasCancelled) return ExitCode::interrupted;
-    if (outcome.refusal) {
-        return context.session.history().loadChecked() ? ExitCode::failed : ExitCode::kHistoryUnreadable;
-    }
+    if (outcome.refusal)
+        return outcome.refusal->isHistoryUnreadable ? ExitCode::kHistoryUnreadable : ExitCode::failed;
     const bool isWhole =
         !outcome.receipt || std::ranges::all_of(outcome.receipt->entries, [](const ReceiptEntry& entry) {
             return entry.isFreeing() && !entry.isPartialFailure();
@@ -129,15 +127,16 @@ Outcome runNow(const CommandContext& context) {
         if (!scheduler.isOverdue(now)) return notDue(context);
         lowerPriority();
     }
-    const Scheduler::Outcome outcome = scheduler.run(now, context.surroundings.isInterrupted);
-    if (outcome.wasBusy) complain(context.streams, *outcome.refusal);
-    if (!outcome.wasCancelled && !outcome.wasBusy) {
+    Scheduler::Outcome outcome = scheduler.run(now, context.surroundings.isInterrupted);
+    if (!outcome.hasScanned) complain(context.streams, outcome.refusal->sentence);
+    if (!outcome.wasCancelled && outcome.hasScanned) {
+        if (outcome.receipt) outcome.report.disk = DiskInfo::current(context.session.home());
         tellOfLowSpace(context, outcome.report);
         tellOfFind(context, outcome);
     }
-    const ExitCode code = exitCodeOf(context, outcome);
+    const ExitCode code = exitCodeOf(outcome);
     if (context.options.isJson) return {code, outcomeJson(outcome)};
-    return {code, outcome.wasBusy ? "" : outcomeText(outcome, context.look)};
+    return {code, outcome.hasScanned ? outcomeText(outcome, context.look) : ""};
 }
 
 // --- install, uninstall ---

@@ -51,13 +51,11 @@ std::string timerProblem(const ScheduleTimer::State& timer, const std::string& p
 std::string runSentence(const ScheduledRun& run) {
     std::string text;
     if (run.wasCancelled) text = localized("stopped before it was done");
-    if (!run.refusal || run.reclaimableBytes > 0) {
-        text += (text.empty() ? "" : "; ") +
-                localized("%@ could be cleaned", ByteFormat::shortText(run.reclaimableBytes));
-    }
-    if (run.receipt)
-        text += "; " + localized("%@ cleaned by itself", ByteFormat::shortText(run.cleanedBytes));
-    if (run.refusal) text += (text.empty() ? "" : "; ") + printable(*run.refusal);
+    const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : "; ") + part; };
+    if (run.receipt) add(localized("%@ cleaned by itself", ByteFormat::shortText(run.cleanedBytes)));
+    if (!run.refusal || run.reclaimableBytes > 0)
+        add(localized("%@ could be cleaned", ByteFormat::shortText(run.reclaimableBytes)));
+    if (run.refusal) add(printable(*run.refusal));
     return text;
 }
 

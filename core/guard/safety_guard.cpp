@@ -190,6 +190,11 @@ SafetyVerdict SafetyGuard::exportVerdict(const std::string& path) const {
     if (!isDeveloperExport(path)) return refused("not a developer export archive");
     const auto status = statusOf(path);
     if (status && !status->isRegular()) return refused("not a regular file");
+    for (const std::string_view name : pathComponents(relative(path))) {
+        // Tools keep such archives to install from, each its own.
+        if (name.starts_with('.') || name == "site-packages" || name == "ensurepip" || name.ends_with(".app"))
+            return refused("inside a tool's own folder");
+    }
     return SafetyVerdict::allowed();
 }
 

@@ -50,6 +50,13 @@ bool isInProject(const std::string& root, const std::string& home) {
     return false;
 }
 
+bool isInTrash(const std::string& root, const std::set<std::string>& trashes) {
+    for (std::string folder = root; folder != "/"; folder = folderOf(folder)) {
+        if (isTrashFolder(folder) || trashes.contains(folder)) return true;
+    }
+    return false;
+}
+
 bool isMountedElsewhere(const std::string& root, const std::string& home) {
     const auto mounts = MountPoints::current().below(home);
     return std::ranges::any_of(mounts, [&](const std::string& mount) { return isAtOrBelow(root, mount); });
@@ -78,8 +85,15 @@ std::vector<DuplicateGroup> groupsOf(const std::vector<ComparedFile>& identical,
             const DuplicateCandidate& found = candidates.files()[each->file];
             group.files.push_back(duplicateFile(found, candidates.pathOf(found)));
         }
+        // What was met under two names, because a folder was moved meanwhile, is one copy.
+        const auto object = [](const DuplicateFile& file) {
+            return std::pair(file.identity.device, file.identity.inode);
+        };
+        std::ranges::sort(group.files, {}, object);
+        const auto again = std::ranges::unique(group.files, {}, object);
+        group.files.erase(again.begin(), again.end());
         std::ranges::sort(group.files, {}, &DuplicateFile::path);
-        groups.push_back(std::move(group));
+        if (group.files.size() > 1) groups.push_back(std::move(group));
     }
     return groups;
 }
@@ -104,7 +118,7 @@ void sortByWaste(std::vector<DuplicateGroup>& groups) {
 DuplicateScanner::DuplicateScanner(std::string home) : home_(std::move(home)) {}
 
 std::expected<DuplicateReport, std::string> DuplicateScanner::scan(const DuplicateSearch& search) const {
-    const auto root = usableRoot(search.root);
+    const auto root = usableRoot(search);
     if (!root) return std::unexpected(root.error());
     const auto second = std::chrono::floor<std::chrono::seconds>(search.now);
     const auto rest = std::chrono::duration_cast<std::chrono::nanoseconds>(search.now - second);
@@ -128,8 +142,8 @@ std::expected<DuplicateReport, std::string> DuplicateScanner::scan(const Duplica
     return report;
 }
 
-std::expected<std::string, std::string> DuplicateScanner::usableRoot(const std::string& root) const {
-    const auto resolved = canonicalPath(root);
+std::expected<std::string, std::string> DuplicateScanner::usableRoot(const DuplicateSearch& search) const {
+    const auto resolved = canonicalPath(search.root);
     if (!resolved) return std::unexpected(resolved.error().describe());
     const auto status = statusOf(*resolved);
     const auto homeStatus = statusOf(home_);
@@ -143,6 +157,8 @@ std::expected<std::string, std::string> DuplicateScanner::usableRoot(const std::
     if (hasExcludedAncestor(*resolved, home_))
         return refusal("%@ lies where tools keep their files, or private ones. Choose another folder.",
                        *resolved);
+    if (isInTrash(*resolved, search.trashes))
+        return refusal("%@ lies in the Trash. Choose another folder.", *resolved);
     if (isInProject(*resolved, home_))
         return refusal("%@ belongs to a project. Choose another folder.", *resolved);
     return *resolved;
@@ -153,6 +169,11 @@ std::optional<std::string> DuplicateScanner::hash(const DuplicateFile& file,
     DigestReader reader(isCancelled);
     const auto digest = reader.whole(file.path, seenFile(file));
     return digest ? std::optional(hexadecimal(*digest)) : std::nullopt;
+}
+
+bool DuplicateScanner::isUnchanged(const DuplicateFile& file) {
+    const auto status = statusOf(file.path);
+    return status && seenFile(file).is(*status);
 }
 
 bool DuplicateScanner::isClosed(const DuplicateFile& file) {

@@ -40,11 +40,14 @@ class DuplicateScanner {
     static std::optional<std::string> hash(const DuplicateFile& file,
                                            const CancellationTest& isCancelled = {});
 
+    // Whether what lies at the path now has the identity, size, time and single name that were found; reads nothing.
+    static bool isUnchanged(const DuplicateFile& file);
+
     // Whether no program has it open, as far as this user may know; false when that cannot be told.
     static bool isClosed(const DuplicateFile& file);
 
   private:
-    std::expected<std::string, std::string> usableRoot(const std::string& root) const;
+    std::expected<std::string, std::string> usableRoot(const DuplicateSearch& search) const;
 
     std::string home_;
 };

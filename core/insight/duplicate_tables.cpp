@@ -31,6 +31,11 @@ bool isExcludedFolder(std::string_view name) {
     return std::ranges::find(kExcluded, name) != kExcluded.end() || artifactRuleFor(name) != nullptr;
 }
 
+bool isTrashFolder(std::string_view path) {
+    const std::string_view name = lastComponent(path);
+    return name == ".Trash" || name.starts_with(".Trash-") || path.ends_with("/share/Trash");
+}
+
 bool isSourceFile(std::string_view name) {
     const std::string_view extension = extensionOf(name);
     constexpr std::size_t kLongest = 6;

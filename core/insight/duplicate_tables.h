@@ -9,6 +9,9 @@ namespace brindle {
 // Names of folders that are never entered: what tools keep, what they generate, what is private.
 bool isExcludedFolder(std::string_view name);
 
+// Whether a folder is called as some system's or application's Trash is: what lies there is on its way out.
+bool isTrashFolder(std::string_view path);
+
 // By the ending of its name, in any case.
 bool isSourceFile(std::string_view name);
 

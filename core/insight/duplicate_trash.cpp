@@ -36,22 +36,24 @@ CleanupItem itemOf(const DuplicateFile& file) {
 
 std::expected<DuplicateTrash, std::string> DuplicateTrash::plan(const DuplicateReport& report,
                                                                 const std::set<std::string>& selection,
-                                                                const std::set<std::string>& preferred) {
+                                                                const KeptCopies& keeping) {
     DuplicateTrash trash;
     for (const DuplicateGroup& group : report.groups) {
         Content content{.hash = group.hash, .kept = {}};
+        bool isTouched = false;
         for (const DuplicateFile& file : group.files) {
             if (!selection.contains(file.path)) {
-                content.kept.push_back(file);
+                if (!keeping.fleeting.contains(file.path)) content.kept.push_back(file);
                 continue;
             }
+            isTouched = true;
             if (!file.isDeveloperExport()) return std::unexpected(mustRemain());
             trash.items_.push_back(itemOf(file));
             trash.copies_.insert({trash.items_.back().id, {file, trash.contents_.size()}});
         }
-        if (content.kept.empty()) return std::unexpected(mustRemain());
+        if (isTouched && content.kept.empty()) return std::unexpected(mustRemain());
         std::ranges::stable_partition(
-            content.kept, [&](const DuplicateFile& each) { return preferred.contains(each.path); });
+            content.kept, [&](const DuplicateFile& each) { return keeping.preferred.contains(each.path); });
         trash.contents_.push_back(std::move(content));
     }
     if (trash.items_.size() != selection.size()) return std::unexpected(mustRemain());
@@ -64,15 +66,20 @@ LastWord DuplicateTrash::lastWord(const CleanupItem& item, const std::string& ho
     if (found == copies_.end()) return {.refusal = mustRemain(), .note = {}};
     const auto& [file, group] = found->second;
     const Content& content = contents_[group];
-    if (hasExcludedAncestor(file.path, home) || DuplicateScanner::hash(file, isCancelled) != content.hash)
-        return {.refusal = localized("The file changed since the scan. Scan and review it again."),
-                .note = {}};
-    if (!DuplicateScanner::isClosed(file))
-        return {.refusal = localized("A program has the file open, or that could not be told."), .note = {}};
+    const LastWord changed{.refusal = localized("The file changed since the scan. Scan and review it again."),
+                           .note = {}};
+    if (hasExcludedAncestor(file.path, home) || !DuplicateScanner::isUnchanged(file)) return changed;
     const auto kept = std::ranges::find_if(content.kept, [&](const DuplicateFile& each) {
-        return DuplicateScanner::hash(each, isCancelled) == content.hash;
+        return each.identity.inode != file.identity.inode &&
+               DuplicateScanner::hash(each, isCancelled) == content.hash;
     });
     if (kept == content.kept.end()) return {.refusal = mustRemain(), .note = {}};
+    if (DuplicateScanner::hash(file, isCancelled) != content.hash) return changed;
+    if (!DuplicateScanner::isClosed(file))
+        return {.refusal = localized("A program has the file open, or that could not be told."), .note = {}};
+    // Reading takes long: both as they were, at the end of it.
+    if (!DuplicateScanner::isUnchanged(file)) return changed;
+    if (!DuplicateScanner::isUnchanged(*kept)) return {.refusal = mustRemain(), .note = {}};
     return {.refusal = {}, .note = localized("Kept identical copy: %@", kept->path)};
 }
 

@@ -15,15 +15,23 @@
 
 namespace brindle {
 
+// Of the copies that were not chosen, by path.
+struct KeptCopies {
+    std::set<std::string> preferred = {};
+    std::set<std::string> fleeting =
+        {};  // a cleanup may delete them, so they are no reason to let another one go
+};
+
 // The copies that were chosen, as items of a cleanup that puts them into the Trash. Only exports of developers' tools go,
 // and of each content at least one copy that was not chosen stays.
 class DuplicateTrash {
   public:
     // `selection` holds paths of files of the report. An error, a localised sentence, when it holds anything else, a file
-    // that is no export, or every copy of a content. Of the copies that stay, those that are preferred are compared first.
+    // that is no export, or every copy of a content but fleeting ones. Of the copies that stay, those that are preferred are
+    // compared first.
     static std::expected<DuplicateTrash, std::string> plan(const DuplicateReport& report,
                                                            const std::set<std::string>& selection,
-                                                           const std::set<std::string>& preferred = {});
+                                                           const KeptCopies& keeping = {});
 
     const std::vector<CleanupItem>& items() const { return items_; }
 

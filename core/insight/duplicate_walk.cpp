@@ -162,7 +162,7 @@ void DuplicateWalk::takeFolder(Listing& listing, std::string_view name) const {
     std::string path = listing.path + "/" + std::string(name);
     if (isExcludedFolder(name)) {
         listing.skipped.push_back({std::move(path), Reason::excluded});
-    } else if (options_.trashes.contains(path)) {
+    } else if (options_.trashes.contains(path) || isTrashFolder(path)) {
         listing.skipped.push_back({std::move(path), Reason::trash});
     } else {
         listing.folders.push_back(name);
@@ -173,7 +173,8 @@ void DuplicateWalk::takeFolder(Listing& listing, std::string_view name) const {
 void DuplicateWalk::takeFile(Listing& listing, const char* name) const {
     FileStatus status;
     if (*name == '.' || isSourceFile(name) || listing.own.statusAt(name, status) != 0) return;
-    if (!isCandidate(status)) return;
+    // A mounted file is another one's second name.
+    if (!isCandidate(status) || (!mounted_.empty() && mounted_.contains(listing.path + "/" + name))) return;
     const SeenFile seen{.device = status.device,
                         .inode = status.inode,
                         .size = static_cast<std::uint64_t>(status.size),

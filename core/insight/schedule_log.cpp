@@ -52,7 +52,9 @@ std::vector<std::string> linesIn(const std::string& text) {
 }  // namespace
 
 std::expected<void, Error> ScheduleLog::append(const ScheduledRun& run) const {
-    std::vector<std::string> lines = linesIn(readFile(path_, kReadMost).value_or(""));
+    const auto earlier = readFile(path_, kReadMost);
+    if (!earlier && earlier.error().kind != Error::Kind::missing) return std::unexpected(earlier.error());
+    std::vector<std::string> lines = linesIn(earlier.value_or(""));
     lines.push_back(lineOf(run));
     if (lines.size() > kMost) lines.erase(lines.begin(), lines.end() - kMost);
     std::string text;

@@ -1,6 +1,8 @@
 #include "core/insight/scheduler.h"
 
 #include <algorithm>
+#include <iterator>
+#include <list>
 #include <utility>
 
 #include "core/text/core_strings.h"
@@ -13,11 +15,12 @@ constexpr const char* kActivity = "dev.brindle.Brindle.scheduled-scan";
 
 ScheduledRun lineOf(const Scheduler::Outcome& outcome, TimePoint now) {
     ScheduledRun line{.at = now,
-                      .reclaimableBytes = outcome.report.reclaimableBytes(),
+                      .reclaimableBytes = outcome.bytesLeft(),
                       .receipt = std::nullopt,
                       .cleanedBytes = 0,
                       .wasCancelled = outcome.wasCancelled,
-                      .refusal = outcome.refusal};
+                      .refusal = std::nullopt};
+    if (outcome.refusal) line.refusal = outcome.refusal->sentence;
     if (outcome.receipt) {
         line.receipt = outcome.receipt->id;
         line.cleanedBytes = outcome.receipt->bytesFreed();
@@ -31,23 +34,25 @@ struct Scheduler::Run {
     Run(std::shared_ptr<UserDefaults> defaults, ScheduledSteps given)
         : preferences(std::move(defaults)), steps(std::move(given)) {}
 
+    using Flags = std::list<CancellationFlag>;
+
     // The flag of a run that begins; one that comes too late is cancelled at once.
-    CancellationFlag begin() {
+    Flags::iterator begin() {
         const std::lock_guard guard(lock);
-        current = CancellationFlag();
-        if (isOver) current->cancel();
-        return *current;
+        current.emplace_back();
+        if (isOver) current.back().cancel();
+        return std::prev(current.end());
     }
 
-    void end() {
+    void end(Flags::iterator flag) {
         const std::lock_guard guard(lock);
-        current.reset();
+        current.erase(flag);
     }
 
     void cancel(bool forGood) {
         const std::lock_guard guard(lock);
         isOver |= forGood;
-        if (current) current->cancel();
+        for (CancellationFlag& flag : current) flag.cancel();
     }
 
     Outcome perform(TimePoint now, const CancellationTest& isCancelled);
@@ -57,7 +62,7 @@ struct Scheduler::Run {
     ScheduledSteps steps;
 
     std::mutex lock;
-    std::optional<CancellationFlag> current;  // guarded by the lock, as is the next
+    Flags current;  // of all that have begun, one of which works; guarded by the lock, as is the next
     bool isOver = false;
 };
 
@@ -69,6 +74,7 @@ void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled
         outcome.receipt = *std::move(receipt);
     } else {
         outcome.refusal = std::move(receipt.error());
+        outcome.wasBusy = outcome.refusal->isBusy;
     }
 }
 
@@ -77,22 +83,31 @@ Scheduler::Outcome Scheduler::Run::perform(TimePoint now, const CancellationTest
     const auto held = steps.lock();
     if (!held) {
         outcome.wasBusy = held.error().kind == Error::Kind::busy;
-        outcome.refusal = outcome.wasBusy ? CoreStrings::localized("Another scheduled run is in progress.")
-                                          : held.error().describe();
+        outcome.refusal = {outcome.wasBusy ? CoreStrings::localized("Another scheduled run is in progress.")
+                                           : held.error().describe(),
+                           outcome.wasBusy};
         return outcome;
     }
     // Noted before the work: a run that brings the program down is not tried again and again.
     const auto previous = preferences.lastScheduledRun();
     if (auto noted = preferences.setLastScheduledRun(now); !noted) {
-        outcome.refusal = noted.error().describe();
+        outcome.refusal = {noted.error().describe()};
+        steps.record(lineOf(outcome, now));
         return outcome;
     }
+    outcome.hasScanned = true;
     outcome.report = steps.scan(isCancelled);
     if (!isCancelled() && preferences.autoCleanEnabled()) clean(outcome, isCancelled);
     outcome.wasCancelled = isCancelled();
-    if (outcome.wasCancelled) (void)preferences.setLastScheduledRun(previous);
+    // What was cancelled, and what another cleanup kept from cleaning, comes again at the next occasion.
+    if (outcome.wasCancelled || outcome.wasBusy) (void)preferences.setLastScheduledRun(previous);
     steps.record(lineOf(outcome, now));
     return outcome;
+}
+
+std::uint64_t Scheduler::Outcome::bytesLeft() const {
+    const std::uint64_t bytes = report.reclaimableBytes();
+    return bytes - std::min(bytes, receipt ? receipt->bytesFreed() : 0);
 }
 
 Scheduler::Scheduler(std::shared_ptr<UserDefaults> defaults, ScheduledSteps steps)
@@ -121,6 +136,7 @@ std::optional<TimePoint> Scheduler::nextRun(TimePoint now) const {
 }
 
 void Scheduler::start(std::function<bool()> canRun, std::function<void(const Outcome&)> onFinish) {
+    if (activity_) run_->cancel(false);  // not to wait for its end
     activity_.reset();
     const Preferences& settings = run_->preferences;
     if (!settings.scheduledScansEnabled()) return;
@@ -132,18 +148,19 @@ void Scheduler::start(std::function<bool()> canRun, std::function<void(const Out
          .fire = [weak = std::weak_ptr(run_), canRun = std::move(canRun), onFinish = std::move(onFinish)] {
              const auto run = weak.lock();
              if (!run || !canRun()) return;
-             const CancellationFlag flag = run->begin();
-             const Outcome outcome = run->perform(run->steps.now(), flag.checker());
-             run->end();
+             const auto flag = run->begin();
+             const Outcome outcome = run->perform(run->steps.now(), flag->checker());
+             run->end(flag);
              onFinish(outcome);
          }});
 }
 
 Scheduler::Outcome Scheduler::run(TimePoint now, const CancellationTest& isCancelled) {
     const std::shared_ptr<Run> run = run_;
-    const CancellationFlag flag = run->begin();
-    Outcome outcome = run->perform(now, [&isCancelled, flag] { return flag.isCancelled() || isCancelled(); });
-    run->end();
+    const auto flag = run->begin();
+    Outcome outcome =
+        run->perform(now, [&isCancelled, flag] { return flag->isCancelled() || isCancelled(); });
+    run->end(flag);
     return outcome;
 }
 

@@ -21,14 +21,20 @@
 
 namespace brindle {
 
+struct ScheduledRefusal {
+    std::string sentence;  // localised
+    bool isBusy = false;   // another run or cleanup is in progress
+    bool isHistoryUnreadable = false;
+};
+
 // How a scheduled run does its work; the session has them. Each blocks and polls the test it is given.
 struct ScheduledSteps {
     // Held for the whole run: there is one at a time over all processes. Kind::busy while there is another.
     std::function<std::expected<FileLock, Error>()> lock;
     std::function<ScanReport(const CancellationTest& isCancelled)> scan;
-    // As a cleanup that the user starts: lock, readable history, guard, receipt. The error is a sentence, localised;
-    // then nothing was touched.
-    std::function<std::expected<Receipt, std::string>(
+    // As a cleanup that the user starts: lock, readable history, guard, receipt. After an error
+    // nothing was touched.
+    std::function<std::expected<Receipt, ScheduledRefusal>(
         const ScanReport& report, const std::vector<CleanupItem>& items, const CancellationTest& isCancelled)>
         clean;
     std::function<void(const ScheduledRun& run)> record = [](const ScheduledRun&) {
@@ -47,9 +53,12 @@ class Scheduler {
         ScanReport report;
         std::optional<Receipt> receipt;  // of the automatic clean; absent when nothing was cleaned
         bool wasCancelled = false;
-        // Why there was no scan, or why nothing was cleaned that should have been; localised.
-        std::optional<std::string> refusal = std::nullopt;
-        bool wasBusy = false;  // another run was in progress, so this one did nothing
+        bool hasScanned = false;  // false: the refusal says why, and the report says nothing
+        // Why there was no scan, or why nothing was cleaned that should have been.
+        std::optional<ScheduledRefusal> refusal = std::nullopt;
+        bool wasBusy = false;  // because of another run or cleanup
+
+        std::uint64_t bytesLeft() const;  // that could be cleaned, after what was
     };
 
     Scheduler(std::shared_ptr<UserDefaults> defaults, ScheduledSteps steps);
@@ -70,7 +79,7 @@ class Scheduler {
     void start(std::function<bool()> canRun, std::function<void(const Outcome&)> onFinish);
 
     // One scheduled run, whether it is due or not. What counts as the last run is the moment at which one began; a
-    // cancelled one does not count.
+    // cancelled one does not count, nor one that another cleanup kept from cleaning.
     Outcome run(TimePoint now, const CancellationTest& isCancelled);
 
     // The run in progress stops as soon as it can.

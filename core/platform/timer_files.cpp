@@ -60,11 +60,16 @@ std::expected<void, Error> canBeNamed(const std::string& program) {
 }  // namespace
 
 std::expected<std::string, Error> systemdService(const TimerOrder& order) {
-    if (auto named = canBeNamed(order.program); !named) return std::unexpected(named.error());
-    if (order.program.find_first_of("\"'\\") != std::string::npos) {
+    std::string environment;
+    for (const std::string& each : order.environment)
+        environment += "Environment=\"" + escaped(each, kUnitEscapes) + "\"\n";
+    std::vector<std::string> named = order.environment;
+    named.push_back(order.program);
+    for (const std::string& text : named) {
+        if (auto can = canBeNamed(text); !can) return std::unexpected(can.error());
+        if (text.find_first_of("\"'\\") == std::string::npos) continue;
         return std::unexpected(
-            malformedError("name in a timer", order.program,
-                           "systemd starts nothing with a quote or a backslash in its name"));
+            malformedError("name in a timer", text, "systemd takes no quote and no backslash there"));
     }
     return fmt::format(
         "[Unit]\n"
@@ -72,12 +77,12 @@ std::expected<std::string, Error> systemdService(const TimerOrder& order) {
         "\n"
         "[Service]\n"
         "Type=oneshot\n"
-        "{}{}\" {}\n"
+        "{}{}{}\" {}\n"
         "SuccessExitStatus=5 8\n"
         "Nice=19\n"
         "IOSchedulingClass=idle\n"
         "CPUSchedulingPolicy=batch\n",
-        kExecStart, escaped(order.program, kUnitEscapes), fmt::join(order.arguments, " "));
+        environment, kExecStart, escaped(order.program, kUnitEscapes), fmt::join(order.arguments, " "));
 }
 
 std::string systemdTimer() {

@@ -19,6 +19,8 @@ struct TimerOrder {
     std::string configFolder;  // where systemd looks for a user's units: XDG_CONFIG_HOME or ~/.config
     std::string program;       // absolute
     std::vector<std::string> arguments;  // nothing that would need quoting
+    std::vector<std::string> environment =
+        {};  // "NAME=value" that the program needs to find what is the user's; systemd's
 };
 
 struct TimerFile {

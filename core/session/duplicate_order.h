@@ -16,6 +16,9 @@ struct FoundDuplicates {
     // Exports that may not go to the Trash as things stand: by path, with the guard's reason.
     std::map<std::string, std::string> heldBack;
 
+    // Copies that lie where a cleanup may delete them: no reason to let another one go.
+    std::set<std::string> fleeting;
+
     bool mayGo(const DuplicateFile& file) const {
         return file.isDeveloperExport() && !heldBack.contains(file.path);
     }

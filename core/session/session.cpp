@@ -5,12 +5,14 @@
 
 #include "core/modules/default_modules.h"
 #include "core/platform/known_folders.h"
+#include "core/platform/machine.h"
 #include "core/platform/path_text.h"
 #include "core/projects/project_collector.h"
 #include "core/projects/project_detector.h"
 #include "core/projects/project_outline.h"
 #include "core/projects/project_relations.h"
 #include "core/projects/project_tables.h"
+#include "core/text/ascii.h"
 
 namespace brindle {
 
@@ -80,9 +82,12 @@ std::map<ModuleID, std::uint64_t> wholeTotals(const ScanReport& report) {
 
 // A root that holds such a folder is one, too.
 bool isBehindPrompt(const std::string& root, const std::string& home) {
-    const std::string path = root.starts_with('/') ? root : home + "/" + root;
+    const std::string named = root.starts_with('/') ? root : home + "/" + root;
+    // Such a system may not tell the case of names apart.
+    const std::string path = lowerCase(canonicalPath(named).value_or(named));
     return std::ranges::any_of(foldersBehindPrompts(), [&](std::string_view folder) {
-        const std::string guarded = home + "/" + std::string(folder);
+        const std::string guarded =
+            lowerCase(folder.starts_with('/') ? std::string(folder) : home + "/" + std::string(folder));
         return isAtOrBelow(path, guarded) || isAtOrBelow(guarded, path);
     });
 }
@@ -198,7 +203,8 @@ ScanReport Session::scan(const ScanOptions& options) const {
     std::set<ModuleID> leftOut = modulesLeftOut(preferences(), options);
     std::vector<std::string> roots = preferences().projectRoots();
     if (!asksNobody(options)) {
-        leftOut.insert(ModuleID::leftovers);  // they lie among the data of other applications
+        // They look at the data of other applications.
+        if (!foldersBehindPrompts().empty()) leftOut.insert({ModuleID::leftovers, ModuleID::docker});
         std::erase_if(roots, [this](const std::string& root) { return isBehindPrompt(root, home_.path); });
     }
     ScanReport report =

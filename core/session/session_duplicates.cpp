@@ -1,7 +1,9 @@
 // Duplicates: found, and put into the Trash by a cleanup like any other.
+#include <algorithm>
 #include <utility>
 
 #include "core/insight/duplicate_trash.h"
+#include "core/platform/machine.h"
 #include "core/session/session.h"
 
 namespace brindle {
@@ -12,6 +14,18 @@ SafetyGuard withExports(const SafetyGuard& guard, std::set<std::string> paths) {
     SafetyScope scope = guard.scope();
     scope.exportCopies = std::move(paths);
     return SafetyGuard(std::move(scope));
+}
+
+// Of the contents of which a copy may go.
+std::set<std::string> fleetingOf(const DuplicateReport& report, const SafetyGuard& guard) {
+    std::set<std::string> paths;
+    for (const DuplicateGroup& group : report.groups) {
+        if (std::ranges::none_of(group.files, &DuplicateFile::isDeveloperExport)) continue;
+        for (const DuplicateFile& file : group.files) {
+            if (guard.verdictForDeleting(file.path).isAllowed()) paths.insert(file.path);
+        }
+    }
+    return paths;
 }
 
 std::set<std::string> exportsOf(const DuplicateReport& report) {
@@ -27,25 +41,34 @@ std::set<std::string> exportsOf(const DuplicateReport& report) {
 }  // namespace
 
 std::expected<FoundDuplicates, std::string> Session::findDuplicates(DuplicateSearch search) const {
-    search.trashes.insert(trash().homeFolder());
+    const std::string bin = trash().homeFolder();
+    search.trashes.insert(canonicalPath(bin).value_or(bin));
     auto report = DuplicateScanner(home_.path).scan(search);
     if (!report) return std::unexpected(report.error());
-    FoundDuplicates found{.report = *std::move(report), .heldBack = {}};
+    FoundDuplicates found{.report = *std::move(report), .heldBack = {}, .fleeting = {}};
     const std::set<std::string> exports = exportsOf(found.report);
     const auto settings = safetyGuard(ScanReport());
-    const auto guard = settings ? std::optional(withExports(*settings, exports)) : std::nullopt;
-    for (const std::string& path : exports) {
-        if (!guard) {
-            found.heldBack[path] = settings.error().describe();
-        } else if (const SafetyVerdict verdict = guard->verdictForDeleting(path); !verdict.isAllowed()) {
-            found.heldBack[path] = *verdict.reason();
-        }
+    if (!settings) {
+        for (const std::string& path : exports) found.heldBack[path] = settings.error().describe();
+        return found;
     }
+    const SafetyGuard guard = withExports(*settings, exports);
+    for (const std::string& path : exports) {
+        if (const SafetyVerdict verdict = guard.verdictForDeleting(path); !verdict.isAllowed())
+            found.heldBack[path] = *verdict.reason();
+    }
+    found.fleeting = fleetingOf(found.report, *settings);
     return found;
 }
 
 std::expected<CleanOutcome, CleanRefusal> Session::trashDuplicates(const TrashDuplicatesOrder& order) const {
-    const auto plan = DuplicateTrash::plan(order.report, order.selection, order.preferred);
+    const auto settings = safetyGuard(ScanReport());
+    if (!settings)
+        return std::unexpected(
+            CleanRefusal{CleanRefusal::Kind::settingsUnreadable, settings.error().describe()});
+    const auto plan =
+        DuplicateTrash::plan(order.report, order.selection,
+                             {.preferred = order.preferred, .fleeting = fleetingOf(order.report, *settings)});
     if (!plan) return std::unexpected(CleanRefusal{CleanRefusal::Kind::nothingMayGo, plan.error()});
     CleanRequest request{.items = plan->items(), .safety = SafetyGuard({})};
     request.isCancelled = order.isCancelled;

@@ -5,22 +5,29 @@
 namespace brindle {
 
 Scheduler Session::scheduler() const {
-    return {defaults_,
-            {.lock = [this] { return FileLock::tryAcquire(history().directory() + "/schedule.lock"); },
-             .scan =
-                 [this](const CancellationTest& isCancelled) {
-                     ScanOptions options;
-                     options.isUnattended = true;
-                     options.isCancelled = isCancelled;
-                     return scan(options);
-                 },
-             .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
-                             const CancellationTest& isCancelled) -> std::expected<Receipt, std::string> {
-                 auto outcome = clean({.items = items, .report = report, .isCancelled = isCancelled});
-                 if (!outcome) return std::unexpected(std::move(outcome.error().sentence));
-                 return std::move(outcome->receipt);
+    return {
+        defaults_,
+        {.lock = [this] { return FileLock::tryAcquire(history().directory() + "/schedule.lock"); },
+         .scan =
+             [this](const CancellationTest& isCancelled) {
+                 ScanOptions options;
+                 options.isUnattended = true;
+                 options.includeSurvey = false;  // nobody sees it
+                 options.isCancelled = isCancelled;
+                 return scan(options);
              },
-             .record = [this](const ScheduledRun& run) { (void)scheduleLog().append(run); }}};
+         .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
+                         const CancellationTest& isCancelled) -> std::expected<Receipt, ScheduledRefusal> {
+             auto outcome = clean({.items = items, .report = report, .isCancelled = isCancelled});
+             using Kind = CleanRefusal::Kind;
+             if (!outcome) {
+                 const auto& [kind, sentence] = outcome.error();
+                 return std::unexpected(
+                     ScheduledRefusal{sentence, kind == Kind::busy, kind == Kind::historyUnreadable});
+             }
+             return std::move(outcome->receipt);
+         },
+         .record = [this](const ScheduledRun& run) { (void)scheduleLog().append(run); }}};
 }
 
 ScheduleLog Session::scheduleLog() const {
@@ -42,10 +49,17 @@ bool Session::postNotification(const std::string& title, const std::string& body
 }
 
 ScheduleTimer Session::scheduleTimer(const std::string& program) const {
+    // What the shell alone knows, a timer would not.
+    std::vector<std::string> environment;
+    for (const std::string name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
+        if (const std::string value = variable(name); !value.empty())
+            environment.push_back(name + "=" + value);
+    }
     return {{.home = home_.path,
              .configFolder = configFolder(),
              .program = program,
-             .arguments = {"schedule", "run", "--if-due"}},
+             .arguments = {"schedule", "run", "--if-due"},
+             .environment = std::move(environment)},
             toolbox()};
 }
 

@@ -58,12 +58,15 @@ TEST(SafetyGuard, JudgesAPathByItsNames) {
          .appLeftovers = below({app, app + "/org.example.app", "/Library/Caches/com.apple.app",
                                 "/Library/Logs/example.app", "/Library/Preferences/org.example.app"}),
          .exportCopies = below({"/Downloads/a.IPA", "/Documents/b.whl", "/Downloads/c.zip", "/Downloads",
-                                "/.config/d.apk", "/code/.git/e.aab"})});
+                                "/.config/d.apk", "/code/.git/e.aab", "/Tool.app/t.ipa",
+                                "/miniforge/lib/ensurepip/_bundled/s.whl"})});
     for (const auto& [reason, places] : std::vector<std::pair<std::string, std::vector<std::string>>>{
              {kAllowed,
               {"/.npm/_cacache", "//.npm/./_cacache//", "/.npm/caf\xe9", "/Library/Caches", "/go/pkg/mod",
                "/Library/Application Support/Code/Cache/x", "/Documents/web/node_modules", app,
-               "/Downloads/a.IPA", "/Documents/b.whl", "/.config/d.apk"}},
+               "/Downloads/a.IPA", "/Documents/b.whl"}},
+             {"inside a tool's own folder",
+              {"/.config/d.apk", "/miniforge/lib/ensurepip/_bundled/s.whl", "/Tool.app/t.ipa"}},
              {"not a developer export archive", {"/Downloads/c.zip", "/Downloads"}},
              {never("Downloads"), {"/Downloads/other.ipa"}},
              {"invalid path or parent-directory traversal",

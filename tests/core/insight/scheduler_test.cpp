@@ -84,16 +84,17 @@ class ScheduledRuns : public testing::Test {
     }
 
     ScheduledSteps steps() {
-        return {.lock = [this] { return FileLock::tryAcquire(home.path("schedule.lock")); },
-                .scan = [this](const CancellationTest& isCancelled) { return scan(isCancelled); },
-                .clean = [this](const ScanReport&, const std::vector<CleanupItem>& items,
-                                const CancellationTest& isCancelled) -> std::expected<Receipt, std::string> {
-                    for (const CleanupItem& each : items) cleaned.push_back(each.id);
-                    if (duringClean) duringClean(isCancelled);
-                    if (!refusal.empty()) return std::unexpected(refusal);
-                    return Receipt();
-                },
-                .record = [this](const ScheduledRun& run) { runs.push_back(run); }};
+        return {
+            .lock = [this] { return FileLock::tryAcquire(home.path("schedule.lock")); },
+            .scan = [this](const CancellationTest& isCancelled) { return scan(isCancelled); },
+            .clean = [this](const ScanReport&, const std::vector<CleanupItem>& items,
+                            const CancellationTest& isCancelled) -> std::expected<Receipt, ScheduledRefusal> {
+                for (const CleanupItem& each : items) cleaned.push_back(each.id);
+                if (duringClean) duringClean(isCancelled);
+                if (!refusal.empty()) return std::unexpected(ScheduledRefusal{refusal, isBusy});
+                return Receipt();
+            },
+            .record = [this](const ScheduledRun& run) { runs.push_back(run); }};
     }
 
     ScanReport scan(const CancellationTest& isCancelled) {
@@ -120,6 +121,7 @@ class ScheduledRuns : public testing::Test {
     std::function<void(const CancellationTest&)> duringScan;
     std::function<void(const CancellationTest&)> duringClean;
     std::string refusal;
+    bool isBusy = false;
     int scans = 0;
     std::vector<std::string> cleaned;
     std::vector<ScheduledRun> runs;
@@ -145,7 +147,12 @@ TEST_F(ScheduledRuns, CleanOnlyWhatIsSafeAndBelongsToNoProject) {
 TEST_F(ScheduledRuns, SayWhyNothingWasCleaned) {
     Scheduler scheduler(defaults, steps());
     refusal = "because";
-    EXPECT_EQ(scheduler.run(kStart, kNever).refusal, "because");
+    isBusy = true;
+    EXPECT_TRUE(scheduler.run(kStart, kNever).wasBusy);
+    EXPECT_FALSE(preferences.lastScheduledRun()) << "its turn is not lost";
+    runs.clear();
+    isBusy = false;
+    EXPECT_EQ(scheduler.run(kStart, kNever).refusal->sentence, "because");
     ASSERT_EQ(runs.size(), 1U);
     EXPECT_EQ(runs[0].refusal, "because");
     EXPECT_EQ(runs[0].reclaimableBytes, 4000U);
@@ -157,7 +164,7 @@ TEST_F(ScheduledRuns, SayWhyNothingWasCleaned) {
     const auto lock = FileLock::tryAcquire(home.path("schedule.lock"));
     const auto busy = scheduler.run(kStart + 1s, kNever);
     EXPECT_TRUE(busy.wasBusy && busy.refusal);
-    EXPECT_EQ(scans, 2) << "another process is at it";
+    EXPECT_EQ(scans, 3) << "another process is at it";
     EXPECT_EQ(preferences.lastScheduledRun(), kStart);
 }
 

@@ -68,9 +68,10 @@ TEST_F(ScheduledCleanup, RemovesNothingThatItCouldNotRecord) {
     home.text("Library/Application Support/Brindle/history.json", "not a history");
     const auto outcome = run();
     EXPECT_FALSE(outcome.receipt);
-    EXPECT_EQ(outcome.refusal, "History cannot be read; cleanup has not started.");
+    ASSERT_TRUE(outcome.refusal);
+    EXPECT_EQ(outcome.refusal->sentence, "History cannot be read; cleanup has not started.");
     EXPECT_TRUE(isThere(".cargo/registry/crate"));
-    EXPECT_EQ(sessionOf(home).scheduleLog().runs().front().refusal, outcome.refusal);
+    EXPECT_EQ(sessionOf(home).scheduleLog().runs().front().refusal, outcome.refusal->sentence);
 }
 
 TEST_F(ScheduledCleanup, RunsOnceWhenTwoComeTogether) {
@@ -112,7 +113,9 @@ TEST(TimerFiles, NameTheProgramHoweverItIsSpelled) {
 TEST(TimerFiles, AreAcceptedBySystemd) {
     TestHome home;
     const std::string program = home.script("bin 100% $HOME/brindle", "true");
-    home.text("units/brindle.service", systemdService(orderFor(home, program)).value());
+    TimerOrder order = orderFor(home, program);
+    order.environment = {"XDG_CONFIG_HOME=/a b/100%"};
+    home.text("units/brindle.service", systemdService(order).value());
     home.text("units/brindle.timer", systemdTimer());
     const ProcessRunner runner(home.path(), {"XDG_RUNTIME_DIR=" + home.path()});
     const auto analyze = runner.locate("systemd-analyze");

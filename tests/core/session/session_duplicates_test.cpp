@@ -170,6 +170,42 @@ TEST_F(SessionDuplicates, RefusesACopyThatIsNoLongerWhatWasCompared) {
     EXPECT_FALSE(duplicates.mayGo(duplicates.report.groups[0].files[0]));
 }
 
+TEST_F(SessionDuplicates, TakesNothingForACopyThatDoesNotLast) {
+    home.link(".local/share", home.folder("data/share"));
+    for (const char* each : {"data/share/Trash/files/t.ipa", "snap/x/.local/share/Trash/files/u.ipa",
+                             ".android/cache/v.ipa", ".pyenv/w.ipa"}) {
+        home.text(each, "another export");
+        home.modified(each, 1'700'000'000);
+    }
+    copy("d.ipa", "another export");
+    const auto duplicates = session().findDuplicates({.root = home.path()});
+    ASSERT_TRUE(duplicates);
+    ASSERT_EQ(duplicates->report.groups.size(), 3U);
+    EXPECT_EQ(duplicates->fleeting, std::set<std::string>{home.path(".android/cache/v.ipa")});
+    EXPECT_EQ(duplicates->heldBack.at(home.path(".pyenv/w.ipa")), "inside a tool's own folder");
+    for (const DuplicateGroup& group : duplicates->report.groups)
+        for (const DuplicateFile& file : group.files) EXPECT_EQ(file.path.find("Trash"), std::string::npos);
+    const auto trashed = [&](const std::set<std::string>& paths) {
+        return session().trashDuplicates({.report = duplicates->report, .selection = paths});
+    };
+    EXPECT_FALSE(trashed({at("d.ipa"), home.path(".pyenv/w.ipa")})) << "only the fleeting one would stay";
+    EXPECT_TRUE(trashed({at("d.ipa")}));
+    EXPECT_FALSE(session().findDuplicates({.root = home.path("data/share/Trash/files")}));
+}
+
+TEST_F(SessionDuplicates, RefusesWhatChangesWhileTheOtherIsRead) {
+    const FoundDuplicates duplicates = found();
+    int polls = 0;
+    const auto outcome = trash(duplicates, {"a.ipa"}, [&] {
+        // The first question of the last look is about the copy that stays.
+        if (++polls == 2) copy("a.ipa", "an EXPORT");
+        return false;
+    });
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome->receipt.entries.at(0).method, RemovalMethod::refused);
+    EXPECT_EQ(left(), all);
+}
+
 TEST_F(SessionDuplicates, StopsBetweenTwoCopies) {
     copy("d.ipa", "an export");
     int polls = 0;
