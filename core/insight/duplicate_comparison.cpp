@@ -1,6 +1,6 @@
 #include "core/insight/duplicate_comparison.h"
 
-#include <tbb/parallel_for.h>
+#include <tbb/task_group.h>
 
 #include <algorithm>
 #include <optional>
@@ -50,7 +50,7 @@ std::vector<ComparedFile> DuplicateComparison::digests(std::vector<std::uint32_t
     std::ranges::sort(files, {}, [this](std::uint32_t file) { return seen(file).inode; });
     std::vector<ComparedFile> results(files.size());
     std::atomic<std::size_t> next = 0;
-    const auto readOnAndOn = [&](int) {
+    const auto readOnAndOn = [&] {
         DigestReader reader([this] { return isStopped(); });
         for (std::size_t at = next++; at < files.size() && !isStopped(); at = next++) {
             const std::string path = candidates_.pathOf(candidates_.files()[files[at]]);
@@ -59,7 +59,11 @@ std::vector<ComparedFile> DuplicateComparison::digests(std::vector<std::uint32_t
             if (digest) results[at] = {files[at], true, *digest};
         }
     };
-    readerArena().execute([&] { tbb::parallel_for(0, kReaders, readOnAndOn, tbb::simple_partitioner()); });
+    readerArena().execute([&] {
+        tbb::task_group readers;
+        for (int reader = 0; reader < kReaders; ++reader) readers.run(readOnAndOn);
+        readers.wait();
+    });
     std::erase_if(results, [](const ComparedFile& each) { return !each.isKnown; });
     return results;
 }

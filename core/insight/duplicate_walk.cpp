@@ -1,9 +1,8 @@
 #include "core/insight/duplicate_walk.h"
 
-#include <tbb/parallel_for_each.h>
+#include <tbb/task_group.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <ranges>
 #include <utility>
@@ -87,11 +86,10 @@ void DuplicateWalk::run() {
     device_ = status.device;
     root.close();
     walkArena().execute([&] {
-        constexpr std::array<std::uint32_t, 1> kRoot = {0};
-        tbb::parallel_for_each(kRoot.begin(), kRoot.end(),
-                               [&](std::uint32_t folder, tbb::feeder<std::uint32_t>& feeder) {
-                                   visit(folder, [&](std::uint32_t below) { feeder.add(below); });
-                               });
+        tbb::task_group visits;
+        const Feed feed = [&](std::uint32_t folder) { visits.run([&, folder] { visit(folder, feed); }); };
+        feed(0);
+        visits.wait();
     });
     std::ranges::sort(skipped, {}, &SkippedLocation::path);
 }
