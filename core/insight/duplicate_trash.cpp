@@ -66,19 +66,21 @@ LastWord DuplicateTrash::lastWord(const CleanupItem& item, const std::string& ho
     if (found == copies_.end()) return {.refusal = mustRemain(), .note = {}};
     const auto& [file, group] = found->second;
     const Content& content = contents_[group];
-    const LastWord changed{.refusal = localized("The file changed since the scan. Scan and review it again."),
-                           .note = {}};
-    if (hasExcludedAncestor(file.path, home) || !DuplicateScanner::isUnchanged(file)) return changed;
+    const auto changed = [] {
+        return LastWord{.refusal = localized("The file changed since the scan. Scan and review it again."),
+                        .note = {}};
+    };
+    if (hasExcludedAncestor(file.path, home) || !DuplicateScanner::isUnchanged(file)) return changed();
     const auto kept = std::ranges::find_if(content.kept, [&](const DuplicateFile& each) {
         return each.identity.inode != file.identity.inode &&
                DuplicateScanner::hash(each, isCancelled) == content.hash;
     });
     if (kept == content.kept.end()) return {.refusal = mustRemain(), .note = {}};
-    if (DuplicateScanner::hash(file, isCancelled) != content.hash) return changed;
+    if (DuplicateScanner::hash(file, isCancelled) != content.hash) return changed();
     if (!DuplicateScanner::isClosed(file))
         return {.refusal = localized("A program has the file open, or that could not be told."), .note = {}};
     // Reading takes long: both as they were, at the end of it.
-    if (!DuplicateScanner::isUnchanged(file)) return changed;
+    if (!DuplicateScanner::isUnchanged(file)) return changed();
     if (!DuplicateScanner::isUnchanged(*kept)) return {.refusal = mustRemain(), .note = {}};
     return {.refusal = {}, .note = localized("Kept identical copy: %@", kept->path)};
 }
