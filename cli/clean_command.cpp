@@ -25,15 +25,6 @@ struct Task {
     std::vector<ItemLeftAlone> leftAlone;
 };
 
-Outcome refusal(const CommandContext& context, ExitCode code, const std::string& sentence) {
-    complain(context.streams, sentence);
-    return {code, ""};
-}
-
-Outcome interrupted(const CommandContext& context) {
-    return refusal(context, ExitCode::interrupted, localized("interrupted: nothing was removed"));
-}
-
 // What is said before the result goes where the questions go.
 Look messageLook(const CommandContext& context) {
     constexpr unsigned kLeastWidth = 24;
@@ -133,12 +124,6 @@ std::expected<CleanOutcome, CleanRefusal> cleaned(const CommandContext& context,
          .onProgress = [&](const CleanProgress& done) { freed = done.bytesFreedSoFar; }});
 }
 
-ExitCode codeOf(const CommandContext& context, const CleanResult& result) {
-    if (result.outcome.isInterrupted && context.surroundings.isInterrupted()) return ExitCode::interrupted;
-    if (!result.outcome.isRecorded) return ExitCode::failed;
-    return isAllDone(result) ? ExitCode::success : ExitCode::kSomeFailed;
-}
-
 // Of a rehearsal that was not cut short.
 std::optional<Outcome> putDown(const CommandContext& context, const Task& task) {
     const auto path = planPath(context);
@@ -157,28 +142,12 @@ Outcome carryOut(const CommandContext& context, const Task& task, const std::str
                              .items = task.items,
                              .leftAlone = task.leftAlone,
                              .mayShareBlocks = canCloneFiles(context.session.home())};
-    const ExitCode code = codeOf(context, result);
+    const ExitCode code = exitCodeOf(context, *outcome, isAllDone(result));
     std::string text =
         context.options.isJson ? outcomeJson(result) : shown + outcomeText(result, context.look);
     if (!context.options.clean.isRehearsal || outcome->isInterrupted) return {code, text};
     if (const auto failed = putDown(context, task)) return {failed->code, text};
     return {code, text};
-}
-
-// A no is a success.
-std::optional<Outcome> declined(const CommandContext& context, const std::vector<CleanupItem>& items) {
-    const std::string question =
-        CoreStrings::plural("count.cleanItems", static_cast<std::int64_t>(items.size())) + " [y/N] ";
-    const auto answer = context.streams.ask(question);
-    if (context.surroundings.isInterrupted()) return interrupted(context);
-    if (!answer) {
-        return refusal(
-            context, ExitCode::failed,
-            localized("nothing was removed: there is no terminal on which to ask first; --yes goes "
-                      "without asking"));
-    }
-    if (isYes(*answer)) return std::nullopt;
-    return Outcome{ExitCode::success, localized("Nothing was removed.") + "\n"};
 }
 
 Outcome nothingChosen(const CommandContext& context, const Task& task) {
@@ -190,7 +159,7 @@ Outcome nothingChosen(const CommandContext& context, const Task& task) {
 }
 
 Outcome clean(const CommandContext& context, const Task& task) {
-    if (context.surroundings.isInterrupted()) return interrupted(context);
+    if (context.surroundings.isInterrupted()) return interruptedRemoval(context);
     if (task.items.empty()) return nothingChosen(context, task);
     // A rehearsal is all result: nothing has to be seen before it.
     if (context.options.clean.isRehearsal)
@@ -198,7 +167,9 @@ Outcome clean(const CommandContext& context, const Task& task) {
     const Look look = messageLook(context);
     say(context, leftAloneText(task.leftAlone, look) + intentText(task.items, look));
     if (!context.options.clean.isConfirmed) {
-        if (auto outcome = declined(context, task.items)) return *std::move(outcome);
+        const auto count = static_cast<std::int64_t>(task.items.size());
+        if (auto outcome = declinedRemoval(context, CoreStrings::plural("count.cleanItems", count)))
+            return *std::move(outcome);
     }
     return carryOut(context, task, "");
 }
@@ -224,9 +195,9 @@ Outcome cleanAsPlanned(const CommandContext& context) {
 Outcome cleanPicked(const CommandContext& context) {
     if (context.options.isJson || !context.streams.messageTerminal()) return sayWhatToGive(context);
     const ScanReport report = scanned(context, {});
-    if (context.surroundings.isInterrupted()) return interrupted(context);
+    if (context.surroundings.isInterrupted()) return interruptedRemoval(context);
     auto items = pick(context, report);
-    if (context.surroundings.isInterrupted()) return interrupted(context);
+    if (context.surroundings.isInterrupted()) return interruptedRemoval(context);
     if (!items) return sayWhatToGive(context);
     if (items->empty() && !itemsToPickFrom(report).empty())
         return refusal(context, ExitCode::kNothingToDo, localized("nothing was chosen"));
@@ -235,7 +206,7 @@ Outcome cleanPicked(const CommandContext& context) {
 
 Outcome cleanChosen(const CommandContext& context) {
     const ScanReport report = scanned(context, modulesFor(context.options));
-    if (context.surroundings.isInterrupted()) return interrupted(context);
+    if (context.surroundings.isInterrupted()) return interruptedRemoval(context);
     auto selection = selectItems({.report = report,
                                   .wish = context.options.clean,
                                   .home = context.session.home(),
@@ -247,20 +218,6 @@ Outcome cleanChosen(const CommandContext& context) {
 }
 
 }  // namespace
-
-ExitCode exitCodeFor(CleanRefusal::Kind kind) {
-    switch (kind) {
-        case CleanRefusal::Kind::historyUnreadable:
-            return ExitCode::kHistoryUnreadable;
-        case CleanRefusal::Kind::busy:
-            return ExitCode::kBusy;
-        case CleanRefusal::Kind::settingsUnreadable:
-        case CleanRefusal::Kind::nothingMayGo:
-        case CleanRefusal::Kind::notRecordable:
-            return ExitCode::failed;
-    }
-    return ExitCode::failed;
-}
 
 Outcome runClean(const CommandContext& context) {
     if (auto outcome = obstacle(context)) return *std::move(outcome);

@@ -190,8 +190,7 @@ std::size_t countOfGone(const Receipt& receipt) {
 std::string summaryText(const CleanOutcome& outcome) {
     const std::vector<ReceiptEntry>& entries = outcome.receipt.entries;
     const std::size_t gone = countOfGone(outcome.receipt);
-    const auto others = std::ranges::count_if(
-        entries, [](const ReceiptEntry& entry) { return !entry.isFreeing() || entry.isPartialFailure(); });
+    const auto others = std::ssize(entries) - std::ranges::count_if(entries, &ReceiptEntry::isAllGone);
     return counted(outcome.receipt.wasDryRun ? "count.itemsWouldGo" : "count.itemsCleaned", gone) + ", " +
            ByteFormat::count(others) +
            (outcome.isRecorded ? localized(" refused or failed. Recorded in History.")
@@ -293,9 +292,7 @@ std::string nothingDoneJson(const std::vector<ItemLeftAlone>& leftAlone) {
 
 bool isAllDone(const CleanResult& result) {
     return result.leftAlone.empty() && !result.outcome.isInterrupted &&
-           std::ranges::all_of(result.outcome.receipt.entries, [](const ReceiptEntry& entry) {
-               return entry.isFreeing() && !entry.isPartialFailure();
-           });
+           std::ranges::all_of(result.outcome.receipt.entries, &ReceiptEntry::isAllGone);
 }
 
 }  // namespace brindle

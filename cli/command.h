@@ -2,6 +2,7 @@
 #pragma once
 
 #include <expected>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,8 +50,18 @@ std::expected<std::vector<Receipt>, Outcome> readableHistory(const CommandContex
 // Of a cleanup that was not begun.
 ExitCode exitCodeFor(CleanRefusal::Kind kind);
 
+// Of one that was begun. `isAllDone`: all that was asked for has gone.
+ExitCode exitCodeOf(const CommandContext& context, const CleanOutcome& outcome, bool isAllDone);
+
 // A sentence for the user, with the program's name before it.
 void complain(Streams& streams, std::string_view sentence);
+
+// The end of a command that does nothing, after such a sentence.
+Outcome refusal(const CommandContext& context, ExitCode code, const std::string& sentence);
+Outcome interruptedRemoval(const CommandContext& context);
+
+// Asks before something goes. Absent: yes. A no is a success.
+std::optional<Outcome> declinedRemoval(const CommandContext& context, const std::string& question);
 
 // `success`, or `interrupted` when Ctrl-C came meanwhile.
 inline ExitCode unlessInterrupted(const CommandContext& context) {

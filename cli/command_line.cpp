@@ -191,10 +191,6 @@ Outcome run(const Surroundings& surroundings, Streams& streams) {
 
 }  // namespace
 
-void complain(Streams& streams, std::string_view sentence) {
-    streams.writeMessage(fmt::format("brindle: {}\n", sentence));
-}
-
 ExitCode runCommandLine(const Surroundings& surroundings, Streams& streams) {
     speakTheSystemsLanguage(surroundings);
     const Outcome outcome = run(surroundings, streams);

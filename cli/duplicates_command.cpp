@@ -18,11 +18,6 @@ namespace brindle {
 
 namespace {
 
-Outcome refusal(const CommandContext& context, ExitCode code, const std::string& sentence) {
-    complain(context.streams, sentence);
-    return {code, ""};
-}
-
 bool isSpoken(const CommandContext& context) {
     return !context.options.isJson && context.streams.messageTerminal();
 }
@@ -94,29 +89,6 @@ std::vector<DuplicateChoice> choicesFrom(const FoundDuplicates& found, const std
 
 // --- moving ---
 
-std::optional<Outcome> declined(const CommandContext& context) {
-    const auto answer = context.streams.ask(localized("Move them to the Trash?") + " [y/N] ");
-    if (context.surroundings.isInterrupted())
-        return refusal(context, ExitCode::interrupted, localized("interrupted: nothing was removed"));
-    if (!answer) {
-        return refusal(
-            context, ExitCode::failed,
-            localized("nothing was removed: there is no terminal on which to ask first; --yes goes "
-                      "without asking"));
-    }
-    if (isYes(*answer)) return std::nullopt;
-    return Outcome{ExitCode::success, localized("Nothing was removed.") + "\n"};
-}
-
-ExitCode codeOf(const CommandContext& context, const CleanOutcome& outcome) {
-    if (outcome.isInterrupted && context.surroundings.isInterrupted()) return ExitCode::interrupted;
-    if (!outcome.isRecorded) return ExitCode::failed;
-    const bool isAllGone = std::ranges::all_of(outcome.receipt.entries, [](const ReceiptEntry& entry) {
-        return entry.isFreeing() && !entry.isPartialFailure();
-    });
-    return isAllGone ? ExitCode::success : ExitCode::kSomeFailed;
-}
-
 Outcome carryOut(const CommandContext& context, const FoundDuplicates& found,
                  const std::vector<DuplicateChoice>& choices) {
     std::set<std::string> selection;
@@ -133,7 +105,8 @@ Outcome carryOut(const CommandContext& context, const FoundDuplicates& found,
          .isCancelled = context.surroundings.isInterrupted,
          .onItem = [&](const CleanupItem& item) { progress.change(printable(item.title())); }});
     if (!outcome) return refusal(context, exitCodeFor(outcome.error().kind), outcome.error().sentence);
-    const ExitCode code = codeOf(context, *outcome);
+    const ExitCode code = exitCodeOf(context, *outcome,
+                                     std::ranges::all_of(outcome->receipt.entries, &ReceiptEntry::isAllGone));
     if (!context.options.isJson) return {code, trashedDuplicatesText(*outcome, context.look)};
     return {code, outcomeJson({.outcome = *outcome, .items = {}, .leftAlone = {}})};
 }
@@ -150,7 +123,8 @@ Outcome trashCopies(const CommandContext& context, const FoundDuplicates& found)
         return refusal(context, ExitCode::kNothingToDo, localized("there is no copy that may be moved"));
     if (!context.options.isJson) context.streams.writeMessage(duplicateIntentText(choices, context.look));
     if (!context.options.duplicates.isConfirmed) {
-        if (auto outcome = declined(context)) return *std::move(outcome);
+        if (auto outcome = declinedRemoval(context, localized("Move them to the Trash?")))
+            return *std::move(outcome);
     }
     return carryOut(context, found, choices);
 }

@@ -197,7 +197,7 @@ std::string trashedDuplicatesText(const CleanOutcome& outcome, const Look& look)
     const auto moved = std::ranges::count_if(entries, &ReceiptEntry::isFreeing);
     std::string text;
     for (const ReceiptEntry& entry : entries) {
-        if (entry.isFreeing() && !entry.isPartialFailure()) continue;
+        if (entry.isAllGone()) continue;
         text += printable(entry.paths.empty() ? entry.title : entry.paths.front()) + "\n";
         for (const std::string& failure : entry.pathFailures.value_or(std::vector<std::string>()))
             text += look.palette.warning(paragraphText(printable(failure), 2, look));

@@ -12,13 +12,13 @@ namespace brindle {
 
 namespace {
 
-using Row = std::pair<std::string, std::string>;
+using HelpRow = std::pair<std::string, std::string>;
 
 // Two columns; a left side that is too wide, or a narrow terminal, puts the right side on a line of its own.
-std::string table(const std::vector<Row>& rows, const Look& look) {
+std::string table(const std::vector<HelpRow>& rows, const Look& look) {
     constexpr unsigned kMostLeft = 30;
     unsigned left = 0;
-    for (const Row& row : rows) {
+    for (const HelpRow& row : rows) {
         if (displayWidth(row.first) <= kMostLeft) left = std::max(left, displayWidth(row.first));
     }
     if (look.isNarrow()) left = 4;
@@ -64,16 +64,16 @@ std::string paragraph(const std::string& words, const Look& look) {
     return text;
 }
 
-std::vector<Row> optionRows(const OptionSet& set, const CLI::App& command) {
-    std::vector<Row> rows;
+std::vector<HelpRow> optionRows(const OptionSet& set, const CLI::App& command) {
+    std::vector<HelpRow> rows;
     for (const CLI::Option* option : OptionSet::optionsOf(command)) {
         rows.emplace_back(optionHeading(*option), optionMeaning(set, *option));
     }
     return rows;
 }
 
-std::vector<Row> argumentRows(const OptionSet& set, const CLI::App& command) {
-    std::vector<Row> rows;
+std::vector<HelpRow> argumentRows(const OptionSet& set, const CLI::App& command) {
+    std::vector<HelpRow> rows;
     for (const CLI::Option* argument : OptionSet::argumentsOf(command)) {
         rows.emplace_back(argument->get_type_name(), optionMeaning(set, *argument));
     }
@@ -81,10 +81,10 @@ std::vector<Row> argumentRows(const OptionSet& set, const CLI::App& command) {
 }
 
 std::string programSections(const OptionSet& set, const Look& look) {
-    std::vector<Row> commands;
+    std::vector<HelpRow> commands;
     for (const CLI::App* each : set.commands())
         commands.emplace_back(each->get_name(), each->get_description());
-    std::vector<Row> codes;
+    std::vector<HelpRow> codes;
     for (const ExitCodeMeaning& each : kExitCodes) {
         codes.emplace_back(std::to_string(number(each.code)), each.meaning);
     }
@@ -96,13 +96,13 @@ std::string programSections(const OptionSet& set, const Look& look) {
 
 std::string commandSections(const OptionSet& set, const CLI::App& command, const Look& look) {
     std::string text;
-    const std::vector<Row> arguments = argumentRows(set, command);
+    const std::vector<HelpRow> arguments = argumentRows(set, command);
     if (!arguments.empty()) {
         text += "\n" + look.palette.heading("Arguments") + "\n" + table(arguments, look);
     }
     text += "\n" + look.palette.heading("Options") + "\n" + table(optionRows(set, command), look);
-    std::vector<Row> general = optionRows(set, set.program());
-    std::erase_if(general, [](const Row& row) { return row.first.ends_with("--help"); });
+    std::vector<HelpRow> general = optionRows(set, set.program());
+    std::erase_if(general, [](const HelpRow& row) { return row.first.ends_with("--help"); });
     return text + "\n" + look.palette.heading("Options of every command") + "\n" + table(general, look);
 }
 

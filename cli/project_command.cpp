@@ -19,11 +19,6 @@ namespace brindle {
 
 namespace {
 
-Outcome refusal(const CommandContext& context, ExitCode code, const std::string& sentence) {
-    complain(context.streams, sentence);
-    return {code, ""};
-}
-
 // --- what is known ---
 
 ScanOptions interruptible(const CommandContext& context) {

@@ -24,7 +24,7 @@ std::string section(const std::string& title, const std::string& body, const Loo
     return text + body;
 }
 
-std::string joined(const std::vector<std::string>& names) {
+std::string printableList(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : ", ") + printable(name);
     return text;
@@ -125,7 +125,7 @@ std::string unlessUnknown(const GitState& git, const std::string& text) {
 
 Row remotesRow(const GitState& git) {
     Row row{localized("Remotes"),
-            {git.remotes.empty() ? unlessUnknown(git, localized("none")) : joined(git.remotes)}};
+            {git.remotes.empty() ? unlessUnknown(git, localized("none")) : printableList(git.remotes)}};
     for (const std::string& address : git.remoteURLs) row.paragraphs.push_back(printable(address));
     return row;
 }

@@ -26,11 +26,6 @@ struct RestoreTask {
     std::string identity;  // of the receipt, in commands
 };
 
-Outcome refusal(const CommandContext& context, ExitCode code, const std::string& sentence) {
-    complain(context.streams, sentence);
-    return {code, ""};
-}
-
 Restored putBack(const RestoreTask& task, bool isDryRun) {
     PutBackOrder order = task.order;
     order.isDryRun = isDryRun;

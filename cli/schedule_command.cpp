@@ -12,12 +12,6 @@ namespace brindle {
 
 namespace {
 
-Outcome failure(const CommandContext& context, const std::string& sentence,
-                ExitCode code = ExitCode::failed) {
-    complain(context.streams, sentence);
-    return {code, ""};
-}
-
 Outcome show(const CommandContext& context) {
     const Session& session = context.session;
     const Preferences settings = session.preferences();
@@ -41,13 +35,13 @@ Outcome turn(const CommandContext& context, bool isOn) {
     Preferences settings = context.session.preferences();
     // What cannot be trusted is no ground for scans that nobody watches.
     if (const auto readable = settings.readable(); !readable)
-        return failure(context, readable.error().describe());
+        return refusal(context, ExitCode::failed, readable.error().describe());
     if (context.options.cadence) {
         if (auto set = settings.setCadence(*context.options.cadence); !set)
-            return failure(context, set.error().describe());
+            return refusal(context, ExitCode::failed, set.error().describe());
     }
     if (auto set = settings.setScheduledScansEnabled(isOn); !set)
-        return failure(context, set.error().describe());
+        return refusal(context, ExitCode::failed, set.error().describe());
     return show(context);
 }
 
@@ -114,9 +108,7 @@ ExitCode exitCodeOf(const Scheduler::Outcome& outcome) {
     if (outcome.refusal)
         return outcome.refusal->isHistoryUnreadable ? ExitCode::kHistoryUnreadable : ExitCode::failed;
     const bool isWhole =
-        !outcome.receipt || std::ranges::all_of(outcome.receipt->entries, [](const ReceiptEntry& entry) {
-            return entry.isFreeing() && !entry.isPartialFailure();
-        });
+        !outcome.receipt || std::ranges::all_of(outcome.receipt->entries, &ReceiptEntry::isAllGone);
     return isWhole ? ExitCode::success : ExitCode::kSomeFailed;
 }
 
@@ -143,7 +135,7 @@ Outcome runNow(const CommandContext& context) {
 
 Outcome timerOutcome(const CommandContext& context, const std::expected<ScheduleTimer::Done, Error>& done,
                      const std::string& heading) {
-    if (!done) return failure(context, done.error().describe());
+    if (!done) return refusal(context, ExitCode::failed, done.error().describe());
     std::string text = paragraphText(heading, 0, context.look);
     for (const std::string& path : done->files) text += "  " + printable(path) + "\n";
     if (done->complaint) complain(context.streams, *done->complaint);
@@ -153,10 +145,11 @@ Outcome timerOutcome(const CommandContext& context, const std::expected<Schedule
 Outcome install(const CommandContext& context) {
     const std::string& program = context.surroundings.program;
     if (program.empty())
-        return failure(context, localized("The system does not say where this program lies."));
+        return refusal(context, ExitCode::failed,
+                       localized("The system does not say where this program lies."));
     const ScheduleTimer timer = context.session.scheduleTimer(program);
     const auto files = timer.files();
-    if (!files) return failure(context, files.error().describe());
+    if (!files) return refusal(context, ExitCode::failed, files.error().describe());
     Outcome outcome =
         timerOutcome(context, timer.install(),
                      localized("A timer of yours now asks every hour whether it is time to scan:"));

@@ -8,8 +8,8 @@ namespace brindle {
 namespace {
 
 std::size_t editDistance(std::string_view left, std::string_view right) {
-    using Row = std::vector<std::size_t>;
-    std::vector<Row> cost(left.size() + 1, Row(right.size() + 1));
+    using CostRow = std::vector<std::size_t>;
+    std::vector<CostRow> cost(left.size() + 1, CostRow(right.size() + 1));
     for (std::size_t i = 0; i <= left.size(); ++i) {
         for (std::size_t j = 0; j <= right.size(); ++j) {
             if (i == 0 || j == 0) {

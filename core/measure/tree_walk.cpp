@@ -21,7 +21,7 @@ constexpr int kMostPortions = 32;
 
 // As the walk spells them: the system's table knows no links.
 std::vector<std::string> mountPointsBelow(const std::string& root, const MountPoints& mounts) {
-    const std::string real = canonicalPath(root).value_or(root);
+    const std::string real = canonicalOr(root);
     std::vector<std::string> points = mounts.below(real);
     const std::string top = root.ends_with('/') ? root : root + '/';
     for (std::string& each : points)

@@ -11,10 +11,10 @@ namespace brindle {
 
 namespace {
 
-constexpr std::string_view kReading = "read a record";
+constexpr std::string_view kReadingRecord = "read a record";
 
-std::unexpected<Error> malformed(std::string_view reason) {
-    return std::unexpected(malformedError(kReading, "", reason));
+std::unexpected<Error> malformedRecord(std::string_view reason) {
+    return std::unexpected(malformedError(kReadingRecord, "", reason));
 }
 
 Json optionalTime(const std::optional<std::chrono::sys_seconds>& moment) {
@@ -32,7 +32,8 @@ std::size_t validPrefix(std::string_view bytes) {
 
 std::expected<std::string, Error> requiredText(const Json& json, std::string_view key) {
     const auto found = json.is_object() ? json.find(key) : json.end();
-    if (found == json.end() || !found->is_string()) return malformed(fmt::format("\"{}\" is no text", key));
+    if (found == json.end() || !found->is_string())
+        return malformedRecord(fmt::format("\"{}\" is no text", key));
     return bytesOfJsonText(found->get_ref<const std::string&>());
 }
 
@@ -65,7 +66,7 @@ std::expected<std::string, Error> bytesOfJsonText(std::string_view text) {
         const std::string_view digits = text.substr(at + 1, 2);
         const auto [end, failure] = std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16);
         if (digits.size() != 2 || failure != std::errc() || end != digits.data() + 2) {
-            return malformed("a byte is not written as two hexadecimal digits");
+            return malformedRecord("a byte is not written as two hexadecimal digits");
         }
         bytes += static_cast<char>(byte);
         at += 2;
@@ -171,9 +172,9 @@ Json toJson(const DiskInfo& disk) {
 }
 
 std::expected<Regeneration, Error> regenerationFromJson(const Json& json) {
-    if (!json.is_object() || json.size() != 1) return malformed("a way back is no object of one key");
+    if (!json.is_object() || json.size() != 1) return malformedRecord("a way back is no object of one key");
     const auto kind = fromRawText<Regeneration::Kind>(json.begin().key());
-    if (!kind) return malformed(fmt::format("\"{}\" is no way back", json.begin().key()));
+    if (!kind) return malformedRecord(fmt::format("\"{}\" is no way back", json.begin().key()));
     auto text = requiredText(json, json.begin().key());
     if (!text) return std::unexpected(text.error());
     return Regeneration{*kind, std::move(*text)};
@@ -203,7 +204,7 @@ std::expected<Explanation, Error> explanationFromJson(const Json& json) {
         if (!regeneration) return std::unexpected(regeneration.error());
         explanation.regeneratedBy = std::move(*regeneration);
     }
-    if (!json.contains("facts") || !json["facts"].is_array()) return malformed("\"facts\" is no list");
+    if (!json.contains("facts") || !json["facts"].is_array()) return malformedRecord("\"facts\" is no list");
     for (const Json& entry : json["facts"]) {
         auto fact = factFromJson(entry);
         if (!fact) return std::unexpected(fact.error());

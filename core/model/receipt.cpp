@@ -23,6 +23,10 @@ bool ReceiptEntry::isPartialFailure() const {
     return isFreeing() && pathFailures && !pathFailures->empty();
 }
 
+bool ReceiptEntry::isAllGone() const {
+    return isFreeing() && !isPartialFailure();
+}
+
 std::uint64_t Receipt::bytesFreed() const {
     std::uint64_t sum = 0;
     for (const ReceiptEntry& entry : entries) {

@@ -49,6 +49,8 @@ struct ReceiptEntry {
     bool isFreeing() const;
     // Something went, and something that should have gone did not.
     bool isPartialFailure() const;
+    // All that should have gone went.
+    bool isAllGone() const;
 };
 
 struct Receipt {

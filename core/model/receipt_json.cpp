@@ -13,13 +13,13 @@ namespace brindle {
 
 namespace {
 
-constexpr std::string_view kReading = "read a receipt";
+constexpr std::string_view kReadingReceipt = "read a receipt";
 constexpr int kDeepestLevel = 32;
 // Of one receipt: more than any cleanup has, and some hundred megabytes of memory at the most.
 constexpr std::size_t kMostValues = 1'000'000;
 
-std::unexpected<Error> malformed(std::string_view reason) {
-    return std::unexpected(malformedError(kReading, "", reason));
+std::unexpected<Error> malformedReceipt(std::string_view reason) {
+    return std::unexpected(malformedError(kReadingReceipt, "", reason));
 }
 
 // Ends a parse. Never leaves this file.
@@ -28,7 +28,7 @@ struct Refusal {
 };
 
 [[noreturn]] void refuseParse(std::string_view reason) {
-    throw Refusal{malformedError(kReading, "", reason)};
+    throw Refusal{malformedError(kReadingReceipt, "", reason)};
 }
 
 using Event = SortedJson::parse_event_t;
@@ -62,9 +62,9 @@ std::expected<SortedJson, Error> parsed(std::string_view text,
     } catch (const Refusal& refusal) {
         return std::unexpected(refusal.error);
     } catch (const SortedJson::parse_error& error) {
-        return malformed(fmt::format("not JSON, byte {}", error.byte));
+        return malformedReceipt(fmt::format("not JSON, byte {}", error.byte));
     } catch (const SortedJson::exception&) {
-        return malformed("a number is too large");
+        return malformedReceipt("a number is too large");
     }
 }
 
@@ -140,11 +140,12 @@ std::optional<std::vector<TrashedThing>> trashedThings(RecordReader& record) {
 }  // namespace
 
 RecordReader::RecordReader(const SortedJson& record) : record_(record) {
-    if (!record.is_object()) refused_ = malformedError(kReading, "", "a record is no object");
+    if (!record.is_object()) refused_ = malformedError(kReadingReceipt, "", "a record is no object");
 }
 
 void RecordReader::refuse(std::string_view key) {
-    if (!refused_) refused_ = malformedError(kReading, "", fmt::format("\"{}\" is missing or wrong", key));
+    if (!refused_)
+        refused_ = malformedError(kReadingReceipt, "", fmt::format("\"{}\" is missing or wrong", key));
 }
 
 const SortedJson* RecordReader::optional(const char* key) const {
@@ -301,7 +302,7 @@ std::expected<Receipt, Error> receiptFromJson(const SortedJson& json) {
         receipt.entries.push_back(*std::move(entry));
     }
     if (!record.isWhole()) return record.error();
-    if (!sumOf(receipt.entries, 0)) return malformed("the sizes sum up to more than 64 bits hold");
+    if (!sumOf(receipt.entries, 0)) return malformedReceipt("the sizes sum up to more than 64 bits hold");
     return receipt;
 }
 
@@ -313,7 +314,7 @@ std::string receiptsText(const std::vector<Receipt>& receipts) {
 
 // Each receipt becomes a record as soon as it ends, and its JSON goes.
 std::expected<std::vector<Receipt>, Error> receiptsFromText(std::string_view text) {
-    if (text.size() > kReceiptsLimit) return malformed("too large");
+    if (text.size() > kReceiptsLimit) return malformedReceipt("too large");
     std::vector<Receipt> receipts;
     std::uint64_t sum = 0;
     ParseWatch watch;
@@ -335,7 +336,7 @@ std::expected<std::vector<Receipt>, Error> receiptsFromText(std::string_view tex
 }
 
 std::expected<SortedJson, Error> boundedJson(std::string_view text) {
-    if (text.size() > kReceiptsLimit) return malformed("too large");
+    if (text.size() > kReceiptsLimit) return malformedReceipt("too large");
     ParseWatch watch;
     return parsed(text, [&](int depth, Event event, const SortedJson& json) {
         watch.see(depth, event, json);

@@ -6,12 +6,12 @@ namespace brindle {
 
 namespace {
 
-struct Texts {
+struct CategoryTexts {
     std::string_view name;
     std::string_view detail;
 };
 
-constexpr std::array<Texts, RawTexts<StorageCategory::Kind>::kTexts.size()> kTexts = {{
+constexpr std::array<CategoryTexts, RawTexts<StorageCategory::Kind>::kTexts.size()> kCategoryTexts = {{
     {"Developer data", "Caches, builds, images and dependencies"},
     {"Applications", "Installed apps"},
     {"Documents & downloads", "Your documents, desktop and downloads"},
@@ -19,8 +19,8 @@ constexpr std::array<Texts, RawTexts<StorageCategory::Kind>::kTexts.size()> kTex
     {"Free", "What macOS reports as available right now"},
 }};
 
-const Texts& textsOf(StorageCategory::Kind kind) {
-    return kTexts.at(static_cast<std::size_t>(kind));
+const CategoryTexts& textsOf(StorageCategory::Kind kind) {
+    return kCategoryTexts.at(static_cast<std::size_t>(kind));
 }
 
 }  // namespace

@@ -9,12 +9,12 @@ namespace {
 
 using Reason = UnreachableLocation::Reason;
 
-struct Texts {
+struct ReasonTexts {
     std::string_view label;
     std::string_view remedy;
 };
 
-constexpr std::array<Texts, RawTexts<Reason>::kTexts.size()> kTexts = {{
+constexpr std::array<ReasonTexts, RawTexts<Reason>::kTexts.size()> kReasonTexts = {{
     {"could not read", "Check folder permissions or grant Full Disk Access, then scan again."},
     {"tool not running", "Start the tool and scan again."},
     {"no longer there", "It was there when the scan started and is gone now. Scan again."},
@@ -26,8 +26,8 @@ constexpr std::array<Texts, RawTexts<Reason>::kTexts.size()> kTexts = {{
      "it."},
 }};
 
-const Texts& textsOf(Reason reason) {
-    return kTexts.at(static_cast<std::size_t>(reason));
+const ReasonTexts& textsOf(Reason reason) {
+    return kReasonTexts.at(static_cast<std::size_t>(reason));
 }
 
 }  // namespace
@@ -38,6 +38,10 @@ std::string UnreachableLocation::remedy() const {
 
 UnreachableLocation UnreachableLocation::withDefaultRemedy(std::string path, Reason reason) {
     return {std::move(path), reason, std::string(textsOf(reason).remedy)};
+}
+
+UnreachableLocation UnreachableLocation::notRunning(std::string_view asked, std::string_view remedy) {
+    return {std::string(asked), Reason::toolchainNotRunning, std::string(remedy)};
 }
 
 UnreachableLocation::Reason reasonUnreadable(const std::string& path) {

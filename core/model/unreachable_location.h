@@ -28,6 +28,8 @@ struct UnreachableLocation {
 
     // With the reason's own remedy.
     static UnreachableLocation withDefaultRemedy(std::string path, Reason reason);
+    // A tool that did not answer: `asked` is what it was asked, `remedy` English source.
+    static UnreachableLocation notRunning(std::string_view asked, std::string_view remedy);
 };
 
 template <>

@@ -20,13 +20,8 @@ constexpr std::array<std::uint16_t, 32> kWindows1252 = {
 
 enum class Encoding { utf8, latin1, windows1252, unknown };
 
-bool isAscii(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 bool isKeyCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
-           c == '_' || c == '-';
+    return isAsciiLetterOrDigit(c) || c == '.' || c == '_' || c == '-';
 }
 
 Encoding encodingNamed(std::string_view text) {

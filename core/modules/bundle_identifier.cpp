@@ -29,33 +29,13 @@ bool contains(const auto& list, std::string_view text) {
     return std::ranges::find(list, text) != list.end();
 }
 
-bool isLower(char c) {
-    return c >= 'a' && c <= 'z';
-}
-bool isUpper(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-bool isLetter(char c) {
-    return isLower(c) || isUpper(c);
-}
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 std::vector<std::string_view> partsOf(std::string_view text) {
-    std::vector<std::string_view> parts;
-    while (true) {
-        const std::size_t dot = text.find('.');
-        parts.push_back(text.substr(0, dot));
-        if (dot == std::string_view::npos) return parts;
-        text.remove_prefix(dot + 1);
-    }
+    return split(text, '.');
 }
 
 bool isPart(std::string_view part) {
-    return !part.empty() && std::ranges::all_of(part, [](char c) {
-        return isLetter(c) || isDigit(c) || c == '-' || c == '_';
-    });
+    return !part.empty() &&
+           std::ranges::all_of(part, [](char c) { return isAsciiLetterOrDigit(c) || c == '-' || c == '_'; });
 }
 
 std::string_view withoutEnding(std::string_view name) {
@@ -67,7 +47,8 @@ std::string_view withoutEnding(std::string_view name) {
 
 bool beginsLikeADomain(const std::vector<std::string_view>& parts) {
     const std::string first = foldedIdentifier(parts.front());
-    if (!std::ranges::all_of(first, isLower) || !std::ranges::any_of(parts.at(1), isLetter)) return false;
+    if (!std::ranges::all_of(first, isAsciiLower) || !std::ranges::any_of(parts.at(1), isAsciiLetter))
+        return false;
     return first.size() == 2 || contains(kDomains, first);
 }
 
@@ -78,11 +59,7 @@ std::size_t dotsIn(std::string_view text) {
 // Whether another word begins at this place: "app.helper", "app-helper", "appHelper".
 bool isBoundary(std::string_view identifier, std::size_t at) {
     const char c = identifier.at(at);
-    return c == '.' || c == '-' || c == '_' || (isUpper(c) && isLower(identifier.at(at - 1)));
-}
-
-bool isAscii(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return c == '.' || c == '-' || c == '_' || (isAsciiUpper(c) && isAsciiLower(identifier.at(at - 1)));
 }
 
 }  // namespace
@@ -141,7 +118,7 @@ std::string vendorOf(std::string_view identifier) {
 
 std::string comparableName(std::string_view text) {
     std::string kept = foldedIdentifier(text);
-    std::erase_if(kept, [](char c) { return !isLetter(c) && !isDigit(c); });
+    std::erase_if(kept, [](char c) { return !isAsciiLetterOrDigit(c); });
     return kept;
 }
 

@@ -20,7 +20,7 @@ namespace {
 constexpr std::string_view kRepositories = ".cocoapods/repos";
 constexpr std::string_view kCache = "Library/Caches/CocoaPods";
 constexpr std::string_view kPublicIndexHost = "cdn.cocoapods.org";
-constexpr std::uint64_t kConfigLimit = 1U << 20U;
+constexpr std::uint64_t kRepositoryFileLimit = 1U << 20U;
 
 struct Pile {
     std::string key;
@@ -71,13 +71,13 @@ std::optional<CleanupItem> cacheItem(const ScanContext& context, const Toolbox& 
 
 // The address that a folder was filled from, where it is no Git repository.
 std::optional<std::string> indexHost(const std::string& folder) {
-    const auto address = readFile(folder + "/.url", kConfigLimit);
+    const auto address = readFile(folder + "/.url", kRepositoryFileLimit);
     if (!address) return std::nullopt;
     return hostOfAddress(address->substr(0, address->find_first_of("\r\n")));
 }
 
 std::optional<std::string> repositoryHost(const std::string& folder) {
-    const auto config = readFile(folder + "/.git/config", kConfigLimit);
+    const auto config = readFile(folder + "/.git/config", kRepositoryFileLimit);
     return config ? gitRemoteHost(*config) : std::nullopt;
 }
 

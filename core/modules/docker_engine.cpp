@@ -11,7 +11,7 @@ namespace brindle {
 
 namespace {
 
-using Place = DockerEngine::Place;
+using EnginePlace = DockerEngine::Place;
 
 constexpr std::array<std::string_view, 4> kNetworkSchemes = {"tcp://", "ssh://", "http://", "https://"};
 constexpr std::array<std::string_view, 2> kLocalSchemes = {"npipe:////./pipe/", "fd://"};
@@ -39,13 +39,13 @@ bool isThisMachine(std::string_view host) {
 DockerEngine DockerEngine::at(std::string_view address) {
     if (const auto path = after(address, "unix://")) {
         if (!path->starts_with('/')) return {};
-        return {Place::local, std::string(*path)};
+        return {EnginePlace::local, std::string(*path)};
     }
     const auto matches = [&](std::string_view scheme) { return after(address, scheme).has_value(); };
-    if (std::ranges::any_of(kLocalSchemes, matches)) return {Place::local, {}};
+    if (std::ranges::any_of(kLocalSchemes, matches)) return {EnginePlace::local, {}};
     for (const std::string_view scheme : kNetworkSchemes) {
         const auto authority = after(address, scheme);
-        if (authority && !isThisMachine(hostIn(*authority))) return {Place::remote, {}};
+        if (authority && !isThisMachine(hostIn(*authority))) return {EnginePlace::remote, {}};
     }
     return {};
 }

@@ -12,42 +12,35 @@ namespace brindle {
 
 namespace {
 
-constexpr std::size_t kAnswerLimit = 1U << 20U;  // a report is some 500 bytes
+constexpr std::size_t kDockerAnswerLimit = 1U << 20U;  // a UnreachableLocation::notRunning is some 500 bytes
 constexpr std::string_view kDataFolder = "Library/Containers/com.docker.docker/Data";
 constexpr std::string_view kImageFolder = "Library/Containers/com.docker.docker/Data/vms/0";
 
 // A client that has to log in somewhere asks, and nobody would answer.
-const std::vector<std::string>& waitingPhrases() {
+const std::vector<std::string>& dockerWaitingPhrases() {
     static const std::vector<std::string> kPhrases = {"Are you sure you want to continue connecting",
                                                       "'s password:", "Enter passphrase", "Username:"};
     return kPhrases;
 }
 
-std::string resolved(const std::string& path) {
-    return canonicalPath(path).value_or(path);
-}
-
-UnreachableLocation report(std::string_view asked, std::string_view remedy) {
-    return {std::string(asked), UnreachableLocation::Reason::toolchainNotRunning, std::string(remedy)};
-}
-
 UnreachableLocation notReachable() {
-    return report("Daemon not reachable",
-                  "Start Docker Desktop and scan again to see what can be reclaimed.");
+    return UnreachableLocation::notRunning(
+        "Daemon not reachable", "Start Docker Desktop and scan again to see what can be reclaimed.");
 }
 
 // Why nothing of this engine is offered.
 UnreachableLocation notOurs(DockerEngine::Place place) {
     constexpr std::string_view kAsked = "docker context inspect";
     if (place == DockerEngine::Place::remote) {
-        return report(
+        return UnreachableLocation::notRunning(
             kAsked,
             "Docker is set to work on another machine, so cleaning up would free space there and not on this "
             "Mac. Choose an engine on this Mac with docker context use, unset DOCKER_HOST, then scan again.");
     }
-    return report(kAsked,
-                  "Brindle could not tell whether Docker works on this Mac or on another machine, so nothing "
-                  "is offered. Check docker context ls and DOCKER_HOST, then scan again.");
+    return UnreachableLocation::notRunning(
+        kAsked,
+        "Brindle could not tell whether Docker works on this Mac or on another machine, so nothing "
+        "is offered. Check docker context ls and DOCKER_HOST, then scan again.");
 }
 
 DirectoryMeasurement reported(std::uint64_t bytes) {
@@ -71,7 +64,7 @@ CleanupItem usageItem(const DockerUsage& usage, const DockerUsage::Spec& spec) {
                            {"In use", ByteFormat::count(usage.active)},
                            {"Reclaimable", ByteFormat::shortText(usage.reclaimableBytes)},
                            {"Removed via", fields.removal.description()}}};
-    // The report has no way to leave the named ones out.
+    // The UnreachableLocation::notRunning has no way to leave the named ones out.
     if (spec.key == "volumes") {
         fields.explanation.facts.push_back(
             {"Named volumes",
@@ -123,8 +116,8 @@ DockerModule::Answer DockerModule::ask(const ScanContext& context) const {
     const auto usage = readUsage(context);
     if (!usage) answer.problem = notReachable();
     // The usual place is often a link to the socket of the engine that was started last.
-    engine.socket = resolved(engine.socket);
-    const bool isInImage = engine.mayBeDockerDesktop(resolved(context.home));
+    engine.socket = canonicalOr(engine.socket);
+    const bool isInImage = engine.mayBeDockerDesktop(canonicalOr(context.home));
     for (const DockerUsage& row : usage.value_or(std::vector<DockerUsage>{})) {
         const auto spec = DockerUsage::cleanupSpec(row.type);
         if (!spec || row.reclaimableBytes == 0) continue;
@@ -178,9 +171,9 @@ std::optional<std::vector<DockerUsage>> DockerModule::readUsage(const ScanContex
 std::optional<std::string> DockerModule::output(const ScanContext& context,
                                                 const std::vector<std::string>& arguments) const {
     const RunOptions options{
-        .timeout = kTimeout, .isCancelled = context.isCancelled, .waitingPhrases = waitingPhrases()};
+        .timeout = kTimeout, .isCancelled = context.isCancelled, .waitingPhrases = dockerWaitingPhrases()};
     auto result = requireSuccess(tools_.run("docker", arguments, options));
-    if (!result || result->output.size() > kAnswerLimit) return std::nullopt;
+    if (!result || result->output.size() > kDockerAnswerLimit) return std::nullopt;
     return std::move(result->output);
 }
 

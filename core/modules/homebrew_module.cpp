@@ -15,11 +15,11 @@ namespace {
 
 constexpr std::string_view kCacheFolder = "Library/Caches/Homebrew";
 constexpr std::chrono::seconds kCellarTimeout{15};
-constexpr std::chrono::seconds kDryRunTimeout{60};  // it reads every installed formula
-constexpr std::size_t kAnswerLimit = 1U << 20U;     // its answers are some kilobytes
+constexpr std::chrono::seconds kDryRunTimeout{60};   // it reads every installed formula
+constexpr std::size_t kBrewAnswerLimit = 1U << 20U;  // its answers are some kilobytes
 
 // Another run of Homebrew holds a lock; or it wants the user's password.
-const std::vector<std::string>& waitingPhrases() {
+const std::vector<std::string>& brewWaitingPhrases() {
     static const std::vector<std::string> kPhrases = {"Another active Homebrew", "already locked",
                                                       "Password:"};
     return kPhrases;
@@ -32,10 +32,6 @@ const RunCommand& cleanup() {
 const RunCommand& autoremove() {
     static const RunCommand kCommand{.executable = "brew", .arguments = {"autoremove"}};
     return kCommand;
-}
-
-UnreachableLocation report(std::string_view asked, std::string_view remedy) {
-    return {std::string(asked), UnreachableLocation::Reason::toolchainNotRunning, std::string(remedy)};
 }
 
 // Folder by folder, so that a file which also has a name in a kept one is counted all the same: cleanup removes this
@@ -135,7 +131,8 @@ void HomebrewModule::addUnusedDependencies(const ScanContext& context, ModuleRes
     const auto cellar = where ? parseCellar(*where) : std::nullopt;
     if (context.isCancelled()) return;
     if (!cellar) {
-        result.unreachable.push_back(report("brew --cellar", "Could not locate Homebrew's Cellar"));
+        result.unreachable.push_back(
+            UnreachableLocation::notRunning("brew --cellar", "Could not locate Homebrew's Cellar"));
         return;
     }
     constexpr std::string_view kAsked = "brew autoremove --dry-run";
@@ -143,15 +140,16 @@ void HomebrewModule::addUnusedDependencies(const ScanContext& context, ModuleRes
     const auto names = listing ? parseAutoremove(*listing) : std::nullopt;
     if (context.isCancelled()) return;
     if (!names) {
-        result.unreachable.push_back(
-            report(kAsked, "Homebrew could not list unused dependencies. Run brew doctor, then scan again."));
+        result.unreachable.push_back(UnreachableLocation::notRunning(
+            kAsked, "Homebrew could not list unused dependencies. Run brew doctor, then scan again."));
         return;
     }
     if (names->empty()) return;
     const Kegs kegs = measureKegs(context, *cellar, *names);
     if (context.isCancelled()) return;
     if (kegs.folders.empty()) {
-        result.unreachable.push_back(report(kAsked,
+        result.unreachable.push_back(
+            UnreachableLocation::notRunning(kAsked,
                                             "Homebrew lists unused dependencies, but none of them was found "
                                             "in its Cellar. Run brew doctor, then scan again."));
         return;
@@ -164,10 +162,10 @@ std::optional<std::string> HomebrewModule::output(const ScanContext& context,
                                                   std::chrono::seconds timeout) const {
     const RunOptions options{.timeout = timeout,
                              .isCancelled = context.isCancelled,
-                             .waitingPhrases = waitingPhrases(),
+                             .waitingPhrases = brewWaitingPhrases(),
                              .setVariables = {{"HOMEBREW_NO_COLOR", "1"}}};
     auto result = requireSuccess(tools_.run("brew", arguments, options));
-    if (!result || result->output.size() > kAnswerLimit) return std::nullopt;
+    if (!result || result->output.size() > kBrewAnswerLimit) return std::nullopt;
     return std::move(result->output);
 }
 

@@ -11,16 +11,12 @@ namespace brindle {
 
 namespace {
 
-bool isLetterOrDigit(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
 // ^[a-zA-Z0-9][a-zA-Z0-9+_.@-]*$
 bool isNamePart(std::string_view text) {
     const auto mayFollow = [](char c) {
-        return isLetterOrDigit(c) || std::string_view("+_.@-").find(c) != std::string_view::npos;
+        return isAsciiLetterOrDigit(c) || std::string_view("+_.@-").find(c) != std::string_view::npos;
     };
-    return !text.empty() && isLetterOrDigit(text.front()) && std::ranges::all_of(text, mayFollow);
+    return !text.empty() && isAsciiLetterOrDigit(text.front()) && std::ranges::all_of(text, mayFollow);
 }
 
 bool isFormulaName(std::string_view line) {

@@ -53,7 +53,7 @@ constexpr std::array<std::string_view, 20> kNestedPlaces = {
 
 // Looking into these makes the system ask the user, unless access was granted.
 constexpr std::array<std::string_view, 3> kAskedFor = {"Desktop", "Documents", "Downloads"};
-constexpr std::string_view kVolumes = "/Volumes/";
+constexpr std::string_view kOtherVolumes = "/Volumes/";
 
 std::string resolved(const std::string& folder, const ScanContext& context) {
     return folder.starts_with('/') ? folder : context.path(folder);
@@ -74,9 +74,9 @@ std::string contentOf(const std::string& bundle) {
     return bundle;
 }
 
-class Search {
+class InstalledSearch {
   public:
-    Search(const LeftoverSettings& settings, const ScanContext& context)
+    InstalledSearch(const LeftoverSettings& settings, const ScanContext& context)
         : context_(context), mayLookAnywhere_(settings.mayReadContainers(context.home)) {}
 
     void readApplicationFolder(const std::string& folder, bool isRequired) {
@@ -165,9 +165,9 @@ class Search {
 
     bool wouldAsk(const std::string& path) const {
         if (mayLookAnywhere_) return false;
-        return path.starts_with(kVolumes) || std::ranges::any_of(kAskedFor, [&](std::string_view folder) {
-                   return isInside(path, context_.path(folder));
-               });
+        return path.starts_with(kOtherVolumes) ||
+               std::ranges::any_of(
+                   kAskedFor, [&](std::string_view folder) { return isInside(path, context_.path(folder)); });
     }
 
     // Each place once, however many links lead there.
@@ -276,7 +276,7 @@ bool anyApplicationFolder(const LeftoverSettings& settings) {
 }
 
 InstalledApplications installedApplications(const LeftoverSettings& settings, const ScanContext& context) {
-    Search search(settings, context);
+    InstalledSearch search(settings, context);
     bool isRequired = true;
     for (const std::string& folder : settings.applicationFolders) {
         search.readApplicationFolder(resolved(folder, context), std::exchange(isRequired, false));

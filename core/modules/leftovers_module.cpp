@@ -61,9 +61,9 @@ bool isOwnData(std::string_view folder, const std::string& path, const FileStatu
     return status.isFolder() && !path.ends_with(".plist") && !exists(path + "/Contents/Info.plist");
 }
 
-class Search {
+class LeftoverSearch {
   public:
-    Search(const LeftoverSettings& settings, const ScanContext& context, ModuleResult& result)
+    LeftoverSearch(const LeftoverSettings& settings, const ScanContext& context, ModuleResult& result)
         : settings_(settings),
           context_(context),
           result_(result),
@@ -241,7 +241,7 @@ bool LeftoversModule::isPresent(const ScanContext&) const {
 ModuleResult LeftoversModule::scan(const ScanContext& context) const {
     ModuleResult result{
         .moduleID = id(), .items = {}, .unreachable = {}, .isToolchainInstalled = isPresent(context)};
-    if (result.isToolchainInstalled) Search(settings_, context, result).run();
+    if (result.isToolchainInstalled) LeftoverSearch(settings_, context, result).run();
     return result;
 }
 

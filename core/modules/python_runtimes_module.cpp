@@ -22,11 +22,11 @@ namespace {
 
 constexpr std::string_view kVersions = ".pyenv/versions";
 constexpr std::string_view kEnvironments = ".virtualenvs";
-constexpr std::uint64_t kConfigLimit = 1U << 20U;
+constexpr std::uint64_t kEnvironmentFileLimit = 1U << 20U;
 
 // The folder that virtualenvwrapper and its kin note down as the one an environment was made for.
 std::optional<std::string> projectOf(const std::string& environment) {
-    auto text = readFile(environment + "/.project", kConfigLimit);
+    auto text = readFile(environment + "/.project", kEnvironmentFileLimit);
     if (!text) return std::nullopt;
     text->resize(std::min(text->find('\n'), text->size()));
     while (text->ends_with('/') || text->ends_with('\r') || text->ends_with(' ')) text->pop_back();
@@ -55,7 +55,7 @@ std::vector<std::string> checkoutsIn(const ScanContext& context, const std::stri
 // Absent when the folder is none.
 std::optional<Environment> environmentIn(const ScanContext& context, const std::string& folder) {
     if (!exists(folder + "/pyvenv.cfg") && !exists(folder + "/bin/activate")) return std::nullopt;
-    const auto text = readFile(folder + "/pyvenv.cfg", kConfigLimit);
+    const auto text = readFile(folder + "/pyvenv.cfg", kEnvironmentFileLimit);
     return Environment{.config = text ? parsePyvenvConfig(*text) : PyvenvConfig(),
                        .project = projectOf(folder),
                        .hasInterpreter = exists(folder + "/bin/python"),

@@ -14,7 +14,7 @@ namespace brindle {
 
 namespace {
 
-constexpr std::uint64_t kConfigLimit = 1U << 20U;
+constexpr std::uint64_t kVersionFileLimit = 1U << 20U;
 
 // Where tools keep environments, one folder each.
 constexpr std::array<std::string_view, 8> kEnvironmentFolders = {
@@ -27,10 +27,6 @@ constexpr std::array<std::string_view, 8> kEnvironmentFolders = {
     "Library/Application Support/pipx/venvs",  // and the one on macOS
     ".local/share/uv/tools",                   // uv
 };
-
-std::string resolved(const std::string& path) {
-    return canonicalPath(path).value_or(path);
-}
 
 class Reader {
   public:
@@ -65,7 +61,7 @@ class Reader {
   private:
     // Absent when there is none; one that cannot be read is noted.
     std::optional<std::string> read(const std::string& file) {
-        auto text = readFile(file, kConfigLimit);
+        auto text = readFile(file, kVersionFileLimit);
         if (text) return *std::move(text);
         noteUnlessMissing(file, text.error());
         return std::nullopt;
@@ -86,7 +82,7 @@ class Reader {
             return;
         }
         environment.interpreters.push_back(folder + "/bin/python");
-        for (std::string& path : environment.interpreters) path = resolved(path);
+        for (std::string& path : environment.interpreters) path = canonicalOr(path);
         usage_.environments.push_back(std::move(environment));
     }
 
@@ -116,11 +112,11 @@ PythonUsage PythonUsage::read(const ScanContext& context, const ProjectPlaces& p
 std::vector<std::string> PythonUsage::usersOf(const ScanContext& context, const std::string& folder) const {
     std::set<std::string> users;
     const std::string version(lastComponent(folder));
-    const std::string real = resolved(folder);
+    const std::string real = canonicalOr(folder);
     const bool isVersion = folder == context.path(".pyenv/versions/" + version);
     for (const auto& [name, file] : namedVersions) {
         if (!isVersion) break;
-        const std::string alias = resolved(context.path(".pyenv/versions/" + name));
+        const std::string alias = canonicalOr(context.path(".pyenv/versions/" + name));
         if (namesPythonVersion(name, version) || alias == real || isBelow(alias, real)) users.insert(file);
     }
     for (const Environment& environment : environments) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "core/text/ascii.h"
 #include "core/text/calendar.h"
 
 namespace brindle {
@@ -14,10 +15,6 @@ using Json = nlohmann::json;
 
 constexpr std::array<std::size_t, 4> kHyphens = {8, 13, 18, 23};
 constexpr std::size_t kUdidLength = 36;
-
-bool isDigit(char character) {
-    return character >= '0' && character <= '9';
-}
 
 char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
@@ -36,9 +33,9 @@ std::optional<Json> objectIn(std::string_view text) {
     if (text[start] == '\n') ++start;
     const std::size_t end = text.find_last_of('}');
     if (end == std::string_view::npos || end < start) return std::nullopt;
-    Json json = Json::parse(text.substr(start, end - start + 1), nullptr, false);
-    if (!json.is_object()) return std::nullopt;
-    return json;
+    Json object = Json::parse(text.substr(start, end - start + 1), nullptr, false);
+    if (!object.is_object()) return std::nullopt;
+    return object;
 }
 
 std::string textOf(const Json& object, const char* key) {
@@ -81,10 +78,10 @@ std::string udidOf(const Json& device) {
     if (udid.size() != kUdidLength) return {};
     for (std::size_t at = 0; at < udid.size(); ++at) {
         const char small = lowered(udid[at]);
-        const bool isHex = isDigit(small) || (small >= 'a' && small <= 'f');
+        const bool isHex = isAsciiDigit(small) || (small >= 'a' && small <= 'f');
         const bool isHyphenPlace = std::ranges::find(kHyphens, at) != kHyphens.end();
         if (isHyphenPlace ? small != '-' : !isHex) return {};
-        if (small != udid[at] || !isHex || isDigit(small)) continue;
+        if (small != udid[at] || !isHex || isAsciiDigit(small)) continue;
         udid[at] = static_cast<char>(small - 'a' + 'A');
     }
     return udid;
@@ -166,7 +163,7 @@ SimulatorRuntime runtimeOf(const std::string& key, const Json& runtime) {
 bool isIdentifier(std::string_view key) {
     const auto fits = [](char character) {
         const char small = lowered(character);
-        return isDigit(small) || (small >= 'a' && small <= 'z') || small == '-';
+        return isAsciiDigit(small) || isAsciiLower(small) || small == '-';
     };
     return !key.empty() && key.front() != '-' && std::ranges::all_of(key, fits);
 }

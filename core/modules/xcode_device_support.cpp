@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "core/modules/xcode_items.h"
+#include "core/text/ascii.h"
 #include "core/text/core_strings.h"
 
 namespace brindle {
@@ -12,47 +13,26 @@ namespace {
 
 constexpr std::string_view kFolderSuffix = " DeviceSupport";
 
-bool isLetter(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-bool isDigit(char character) {
-    return character >= '0' && character <= '9';
-}
-
-bool isLetterOrDigit(char character) {
-    return isLetter(character) || isDigit(character);
-}
-
-std::vector<std::string_view> split(std::string_view text, char separator) {
-    std::vector<std::string_view> parts;
-    while (true) {
-        const std::size_t end = text.find(separator);
-        parts.push_back(text.substr(0, end));
-        if (end == std::string_view::npos) return parts;
-        text.remove_prefix(end + 1);
-    }
-}
-
 // "iPhone12,1"
 bool isModel(std::string_view word) {
     const std::size_t comma = word.find(',');
-    if (comma == std::string_view::npos || comma + 1 == word.size() || !isLetter(word.front())) return false;
-    return std::ranges::all_of(word.substr(0, comma), isLetterOrDigit) &&
-           std::ranges::all_of(word.substr(comma + 1), isDigit);
+    if (comma == std::string_view::npos || comma + 1 == word.size() || !isAsciiLetter(word.front()))
+        return false;
+    return std::ranges::all_of(word.substr(0, comma), isAsciiLetterOrDigit) &&
+           std::ranges::all_of(word.substr(comma + 1), isAsciiDigit);
 }
 
 // "arm64e", "arm64_32"
 bool isArchitecture(std::string_view word) {
-    const auto fits = [](char character) { return isLetterOrDigit(character) || character == '_'; };
-    return !word.empty() && isLetter(word.front()) && std::ranges::all_of(word, fits);
+    const auto fits = [](char character) { return isAsciiLetterOrDigit(character) || character == '_'; };
+    return !word.empty() && isAsciiLetter(word.front()) && std::ranges::all_of(word, fits);
 }
 
 // "(21E219)"
 std::optional<std::string> buildIn(std::string_view word) {
     if (word.size() < 3 || word.front() != '(' || word.back() != ')') return std::nullopt;
     const std::string_view build = word.substr(1, word.size() - 2);
-    if (!std::ranges::all_of(build, isLetterOrDigit)) return std::nullopt;
+    if (!std::ranges::all_of(build, isAsciiLetterOrDigit)) return std::nullopt;
     return std::string(build);
 }
 

@@ -29,6 +29,9 @@ std::uint64_t descriptorLimit();
 // The same place with every link, "." and ".." resolved, absolute. An error when nothing lies there.
 std::expected<std::string, Error> canonicalPath(const std::string& path);
 
+// The same, or the path as it is when nothing lies there.
+std::string canonicalOr(const std::string& path);
+
 // Whether file modes do not stop this process.
 bool isSuperuser();
 

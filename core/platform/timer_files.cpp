@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <span>
 
+#include "core/text/escape.h"
 #include "core/text/printable.h"
 
 namespace brindle {
@@ -13,37 +15,17 @@ namespace {
 constexpr std::string_view kExecStart = "ExecStart=\"";
 constexpr std::string_view kFirstArgument = "<key>ProgramArguments</key>\n    <array>\n        <string>";
 
-struct Replacement {
-    char character;
-    std::string_view text;
-};
 // In a quoted word of a unit; "$" is only looked at behind the program.
-constexpr Replacement kUnitEscapes[] = {{'%', "%%"}};
-constexpr Replacement kXmlEscapes[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}};
-
-template <std::size_t Count>
-std::string escaped(std::string_view text, const Replacement (&replacements)[Count]) {
-    std::string result;
-    for (const char each : text) {
-        const auto* found = std::ranges::find(replacements, each, &Replacement::character);
-        if (found == std::end(replacements)) {
-            result += each;
-        } else {
-            result += found->text;
-        }
-    }
-    return result;
-}
+constexpr Escape kUnitEscapes[] = {{'%', "%%"}};
 
 // Up to where `end` begins.
-template <std::size_t Count>
 std::optional<std::string> unescapedUpTo(std::string_view text, std::string_view end,
-                                         const Replacement (&replacements)[Count]) {
+                                         std::span<const Escape> escapes) {
     std::string result;
     while (!text.empty() && !text.starts_with(end)) {
-        const auto* found = std::ranges::find_if(
-            replacements, [&](const Replacement& each) { return text.starts_with(each.text); });
-        const bool isEscape = found != std::end(replacements);
+        const auto found =
+            std::ranges::find_if(escapes, [&](const Escape& each) { return text.starts_with(each.text); });
+        const bool isEscape = found != escapes.end();
         result += isEscape ? found->character : text.front();
         text.remove_prefix(isEscape ? found->text.size() : 1);
     }

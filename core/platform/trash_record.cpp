@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "core/text/ascii.h"
+
 namespace brindle {
 
 namespace {
@@ -12,8 +14,7 @@ constexpr std::size_t kLongestName = 255;
 constexpr std::string_view kPlainPunctuation = "-_.~/";
 
 bool isPlain(char letter) {
-    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= '0' && letter <= '9') || kPlainPunctuation.contains(letter);
+    return isAsciiLetterOrDigit(letter) || kPlainPunctuation.contains(letter);
 }
 
 bool isInsideCharacter(char letter) {

@@ -98,7 +98,7 @@ std::vector<std::string> documentFoldersIn(std::string_view userDirs, const std:
 }
 
 UserFolders userFolders(const std::string& home, const std::vector<std::string>& environment) {
-    const std::string realHome = canonicalPath(home).value_or(home);
+    const std::string realHome = canonicalOr(home);
     std::vector<Place> places;
     const auto add = [&](const std::vector<std::string>& named, bool holdsApplications) {
         for (const std::string& name : named) {

@@ -9,7 +9,7 @@ namespace brindle {
 
 namespace {
 
-constexpr std::uint64_t kMostBytes = 256ULL << 20U;
+constexpr std::uint64_t kMostIndexBytes = 256ULL << 20U;
 constexpr std::size_t kLongestPath = 4096;  // each entry copies it
 constexpr std::size_t kHeader = 12;
 constexpr std::size_t kNumbers = 40;  // before an entry's hash
@@ -124,7 +124,7 @@ std::optional<std::int64_t> hiddenChanges(const std::string& gitFolder, const st
     const std::string file = gitFolder + "/index";
     const auto status = statusOf(file);
     if (!status) return 0;  // nothing was ever added
-    const auto text = readFile(file, kMostBytes);
+    const auto text = readFile(file, kMostIndexBytes);
     if (!text || !text->starts_with("DIRC")) return std::nullopt;
     Bytes bytes(*text);
     const std::uint32_t version = bytes.number(4, 4);

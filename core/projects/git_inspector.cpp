@@ -140,10 +140,10 @@ std::string asArgument(const std::string& path, const std::string& folder) {
 
 // As many as fit into one command line on every system, with room for the environment.
 std::size_t endOfBatch(const std::vector<std::string>& arguments, std::size_t begin) {
-    constexpr std::size_t kMostBytes = 400'000;
+    constexpr std::size_t kMostArgumentBytes = 400'000;
     std::size_t bytes = 0;
     std::size_t end = begin;
-    while (end < arguments.size() && (end == begin || bytes + arguments[end].size() < kMostBytes)) {
+    while (end < arguments.size() && (end == begin || bytes + arguments[end].size() < kMostArgumentBytes)) {
         bytes += arguments[end].size() + 16;
         end += 1;
     }

@@ -55,13 +55,13 @@ std::string rewritten(const std::string& url, const std::vector<GitSetting>& set
 // Where the data of the repository in a folder lies: a linked worktree's and a shared clone's is another repository's.
 // Absent when that cannot be known.
 std::optional<std::vector<std::string>> dataOf(const std::string& folder) {
-    constexpr std::uint64_t kMostBytes = 1 << 16;
+    constexpr std::uint64_t kMostConfigBytes = 1 << 16;
     constexpr std::string_view kGitFolder = "gitdir: ";
     std::string store = folder;
     if (const auto own = statusOf(folder + "/.git")) {
         store += "/.git";
         if (own->isRegular()) {
-            const auto text = readFile(store, kMostBytes);
+            const auto text = readFile(store, kMostConfigBytes);
             if (!text || !text->starts_with(kGitFolder)) return std::nullopt;
             const std::string named(trimmed(std::string_view(*text).substr(kGitFolder.size())));
             store = named.starts_with('/') ? named : folder + "/" + named;
@@ -70,7 +70,7 @@ std::optional<std::vector<std::string>> dataOf(const std::string& folder) {
     auto places = alternatesOf(store);
     if (!places) return std::nullopt;
     places->insert(places->end(), {folder, store, store + "/objects", store + "/refs"});
-    for (std::string& place : *places) place = canonicalPath(place).value_or(place);
+    for (std::string& place : *places) place = canonicalOr(place);
     return places;
 }
 

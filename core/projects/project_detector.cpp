@@ -5,8 +5,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <system_error>
-#include <thread>
 
 #include "core/platform/files.h"
 #include "core/platform/machine.h"
@@ -18,6 +16,7 @@
 #include "core/projects/project_collector.h"
 #include "core/projects/project_manifest.h"
 #include "core/projects/project_tables.h"
+#include "core/projects/worker_threads.h"
 
 namespace brindle {
 
@@ -25,9 +24,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using Reason = UnreachableLocation::Reason;
-
-// While some projects wait for Git, others are walked.
-constexpr unsigned kMostAtOnce = 8;
 
 // What the inspection of all projects of one search shares.
 struct Work {
@@ -140,17 +136,6 @@ std::optional<Project> read(const ProjectFolder& found, Work& work) {
     return project;
 }
 
-// False when no further thread is to be had: then there are fewer, and they do more.
-template <typename Run>
-bool isStarted(std::vector<std::jthread>& threads, const Run& run) {
-    try {
-        threads.emplace_back(run);
-        return true;
-    } catch (const std::system_error&) {
-        return false;
-    }
-}
-
 std::vector<std::optional<Project>> readAll(const std::vector<ProjectFolder>& found, Work& work) {
     std::vector<std::optional<Project>> projects(found.size());
     std::atomic<std::size_t> next = 0;
@@ -159,11 +144,7 @@ std::vector<std::optional<Project>> readAll(const std::vector<ProjectFolder>& fo
             projects[index] = read(found[index], work);
         }
     };
-    std::vector<std::jthread> threads;
-    const std::size_t wanted = std::min<std::size_t>(found.size(), kMostAtOnce);
-    while (threads.size() + 1 < wanted && isStarted(threads, readSome)) continue;
-    readSome();
-    threads.clear();
+    runOnWorkers(found.size(), readSome);  // while some projects wait for Git, others are walked
     return projects;
 }
 

@@ -2,20 +2,17 @@
 
 #include <algorithm>
 #include <atomic>
-#include <system_error>
-#include <thread>
 
 #include "core/platform/path_text.h"
 #include "core/projects/git_folder.h"
 #include "core/projects/git_output.h"
 #include "core/projects/project_manifest.h"
 #include "core/projects/project_relations.h"
+#include "core/projects/worker_threads.h"
 
 namespace brindle {
 
 namespace {
-
-constexpr std::size_t kMostAtOnce = 8;
 
 GitState addressesOf(const std::string& folder, GitUse& use) {
     GitState state;
@@ -34,17 +31,6 @@ bool hasGit(const ProjectFolder& folder) {
     return std::ranges::find(folder.entries, ".git") != folder.entries.end();
 }
 
-// False when no further thread is to be had: then there are fewer, and they do more.
-template <typename Run>
-bool isStarted(std::vector<std::jthread>& threads, const Run& run) {
-    try {
-        threads.emplace_back(run);
-        return true;
-    } catch (const std::system_error&) {
-        return false;
-    }
-}
-
 // Several at once, for most of the time Git is waited for.
 void askGit(const std::vector<Project*>& projects, const ProjectSearch& search, const Toolbox& tools) {
     GitUse use(tools, search.isCancelled);
@@ -53,10 +39,7 @@ void askGit(const std::vector<Project*>& projects, const ProjectSearch& search, 
         for (std::size_t index = next++; index < projects.size() && !search.isCancelled(); index = next++)
             projects[index]->safety.emplace().git = addressesOf(projects[index]->path, use);
     };
-    std::vector<std::jthread> threads;
-    const std::size_t wanted = std::min(projects.size(), kMostAtOnce);
-    while (threads.size() + 1 < wanted && isStarted(threads, askSome)) continue;
-    askSome();
+    runOnWorkers(projects.size(), askSome);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "core/platform/path_text.h"
+#include "core/text/ascii.h"
 #include "core/text/core_strings.h"
 #include "core/text/shell_word.h"
 
@@ -14,9 +15,6 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 constexpr std::size_t kLongestName = 100;
-constexpr std::string_view kLettersAndDigits =
-    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-
 // A tool that is started would read the text up to this byte only.
 bool isCutShort(std::string_view text) {
     return text.contains('\0');
@@ -32,10 +30,9 @@ bool isInsideHome(std::string_view folder, std::string_view home) {
 }
 
 bool isRepositoryName(std::string_view name) {
-    const auto isLetterOrDigit = [](char letter) { return kLettersAndDigits.contains(letter); };
-    return !name.empty() && name.size() <= kLongestName && isLetterOrDigit(name.front()) &&
-           std::ranges::all_of(name, [&](char letter) {
-               return isLetterOrDigit(letter) || letter == '-' || letter == '_' || letter == '.';
+    return !name.empty() && name.size() <= kLongestName && isAsciiLetterOrDigit(name.front()) &&
+           std::ranges::all_of(name, [](char letter) {
+               return isAsciiLetterOrDigit(letter) || letter == '-' || letter == '_' || letter == '.';
            });
 }
 

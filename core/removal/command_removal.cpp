@@ -165,7 +165,7 @@ std::optional<std::string> CommandRemoval::placeObjection(const RunCommand& comm
         return localized("%@ does not say where it keeps its data, so nothing was run.", name);
     }
     const std::string told(lines.front());
-    const std::string place = canonicalPath(told).value_or(told);
+    const std::string place = canonicalOr(told);
     for (const std::string& known : dataLocationsOf(name, guard_.home())) {
         // Unresolved on purpose: a link there leads elsewhere.
         if (isAtOrBelow(place, known)) return std::nullopt;

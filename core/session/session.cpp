@@ -84,7 +84,7 @@ std::map<ModuleID, std::uint64_t> wholeTotals(const ScanReport& report) {
 bool isBehindPrompt(const std::string& root, const std::string& home) {
     const std::string named = root.starts_with('/') ? root : home + "/" + root;
     // Such a system may not tell the case of names apart.
-    const std::string path = lowerCase(canonicalPath(named).value_or(named));
+    const std::string path = lowerCase(canonicalOr(named));
     return std::ranges::any_of(foldersBehindPrompts(), [&](std::string_view folder) {
         const std::string guarded =
             lowerCase(folder.starts_with('/') ? std::string(folder) : home + "/" + std::string(folder));

@@ -42,7 +42,7 @@ std::set<std::string> exportsOf(const DuplicateReport& report) {
 
 std::expected<FoundDuplicates, std::string> Session::findDuplicates(DuplicateSearch search) const {
     const std::string bin = trash().homeFolder();
-    search.trashes.insert(canonicalPath(bin).value_or(bin));
+    search.trashes.insert(canonicalOr(bin));
     auto report = DuplicateScanner(home_.path).scan(search);
     if (!report) return std::unexpected(report.error());
     FoundDuplicates found{.report = *std::move(report), .heldBack = {}, .fleeting = {}};

@@ -4,6 +4,20 @@
 
 namespace brindle {
 
+bool isAscii(std::string_view text) {
+    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+    std::vector<std::string_view> parts;
+    while (true) {
+        const std::size_t end = text.find(separator);
+        parts.push_back(text.substr(0, end));
+        if (end == std::string_view::npos) return parts;
+        text.remove_prefix(end + 1);
+    }
+}
+
 std::string_view trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
     return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
@@ -23,7 +37,7 @@ std::vector<std::string_view> trimmedLines(std::string_view text) {
 std::string lowerCase(std::string_view text) {
     std::string lower(text);
     for (char& letter : lower) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+        if (isAsciiUpper(letter)) letter = static_cast<char>(letter - 'A' + 'a');
     }
     return lower;
 }

@@ -88,7 +88,7 @@ class Locales {
     SharedFormatters system_ = std::make_shared<const Formatters>(kDefaultLocale);
 };
 
-Locales& shared() {
+Locales& sharedLocales() {
     static Locales instance;
     return instance;
 }
@@ -103,7 +103,7 @@ ByteFormat::Halves ByteFormat::split(std::uint64_t bytes) {
         value /= 1000;
         ++divisions;
     }
-    return {shared().current()->oneDecimal(value), kUnits.at(divisions)};
+    return {sharedLocales().current()->oneDecimal(value), kUnits.at(divisions)};
 }
 
 std::string ByteFormat::value(std::uint64_t bytes) {
@@ -120,11 +120,11 @@ std::string ByteFormat::shortText(std::uint64_t bytes) {
 }
 
 std::string ByteFormat::count(std::int64_t n) {
-    return shared().current()->whole(n);
+    return sharedLocales().current()->whole(n);
 }
 
 std::string ByteFormat::seconds(double duration) {
-    return shared().current()->oneDecimal(duration) + "s";
+    return sharedLocales().current()->oneDecimal(duration) + "s";
 }
 
 std::string ByteFormat::percent(std::uint64_t part, std::uint64_t total) {
@@ -134,15 +134,15 @@ std::string ByteFormat::percent(std::uint64_t part, std::uint64_t total) {
 }
 
 std::optional<std::string> ByteFormat::overrideLocale() {
-    return shared().overrideName();
+    return sharedLocales().overrideName();
 }
 
 void ByteFormat::setOverrideLocale(std::optional<std::string> locale) {
-    shared().setOverride(std::move(locale));
+    sharedLocales().setOverride(std::move(locale));
 }
 
 void ByteFormat::setSystemLocale(const std::string& locale) {
-    shared().setSystem(locale);
+    sharedLocales().setSystem(locale);
 }
 
 }  // namespace brindle

@@ -48,7 +48,7 @@ class Guarded {
     State state_;
 };
 
-Guarded& shared() {
+Guarded& sharedState() {
     static Guarded instance;
     return instance;
 }
@@ -117,23 +117,23 @@ std::optional<std::string> pluralForm(const std::array<ResourceBundle, 2>& bundl
 }  // namespace
 
 void CoreStrings::setBundles(ResourceBundle core, ResourceBundle main) {
-    shared().write([&](State& state) {
+    sharedState().write([&](State& state) {
         state.core = std::move(core);
         state.main = std::move(main);
     });
 }
 
 std::optional<std::string> CoreStrings::overrideLanguage() {
-    return shared().read().overrideLanguage;
+    return sharedState().read().overrideLanguage;
 }
 
 void CoreStrings::setOverrideLanguage(std::optional<std::string> language) {
-    shared().write([&](State& state) { state.overrideLanguage = std::move(language); });
+    sharedState().write([&](State& state) { state.overrideLanguage = std::move(language); });
 }
 
 std::string CoreStrings::localized(std::string_view key) {
     if (key.empty()) return {};
-    for (const ResourceBundle& bundle : shared().read().bundles()) {
+    for (const ResourceBundle& bundle : sharedState().read().bundles()) {
         std::string text = bundle.text(key, kMissing);
         if (text != kMissing) return text;
     }
@@ -145,7 +145,7 @@ std::string CoreStrings::localizedWith(std::string_view key, std::span<const std
 }
 
 std::string CoreStrings::plural(std::string_view key, std::int64_t n) {
-    const State state = shared().read();
+    const State state = sharedState().read();
     auto form = pluralForm(state.bundles(), key, n);
     if (!form) form = pluralForm(state.bundlesIn("en"), key, n);
     if (!form) return std::string(key);

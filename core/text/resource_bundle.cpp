@@ -16,6 +16,12 @@
 
 namespace brindle {
 
+// A plain text is kept as its form "other" alone.
+struct CatalogueEntry {
+    bool isPlural = false;
+    std::map<std::string, std::string, std::less<>> forms;
+};
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -25,16 +31,11 @@ constexpr std::string_view kFolderExtension = ".lproj";
 constexpr std::string_view kFallbackLanguage = "en";
 constexpr const char* kOther = "other";
 
-// A plain text is kept as its form "other" alone.
-struct Entry {
-    bool isPlural = false;
-    std::map<std::string, std::string, std::less<>> forms;
-};
-
-std::optional<Entry> entryFrom(const json& value) {
-    if (value.is_string()) return Entry{.isPlural = false, .forms = {{kOther, value.get<std::string>()}}};
+std::optional<CatalogueEntry> entryFrom(const json& value) {
+    if (value.is_string())
+        return CatalogueEntry{.isPlural = false, .forms = {{kOther, value.get<std::string>()}}};
     if (!value.is_object()) return std::nullopt;
-    Entry entry{.isPlural = true, .forms = {}};
+    CatalogueEntry entry{.isPlural = true, .forms = {}};
     for (const auto& [category, form] : value.items()) {
         if (form.is_string()) entry.forms.emplace(category, form.get<std::string>());
     }
@@ -81,7 +82,7 @@ std::string bestOf(const std::vector<std::string>& offered, const std::vector<st
 
 struct ResourceBundle::Catalogue {
     std::string language;
-    std::map<std::string, Entry, std::less<>> entries;
+    std::map<std::string, CatalogueEntry, std::less<>> entries;
     std::unique_ptr<const icu::PluralRules> rules;
     std::string problem;
 
@@ -95,7 +96,7 @@ struct ResourceBundle::Catalogue {
         load(fmt::format("{}/{}{}/{}.json", rootFolder, name, kFolderExtension, table));
     }
 
-    const Entry* entry(std::string_view key) const {
+    const CatalogueEntry* entry(std::string_view key) const {
         const auto found = entries.find(key);
         return found == entries.end() ? nullptr : &found->second;
     }
@@ -164,12 +165,12 @@ ResourceBundle ResourceBundle::answeringIn(std::string_view language) const {
 }
 
 std::string ResourceBundle::text(std::string_view key, std::string_view whenMissing) const {
-    const Entry* entry = answering_->entry(key);
+    const CatalogueEntry* entry = answering_->entry(key);
     return std::string(entry == nullptr || entry->isPlural ? whenMissing : entry->forms.at(kOther));
 }
 
 std::string ResourceBundle::plural(std::string_view key, std::int64_t n, std::string_view whenMissing) const {
-    const Entry* entry = answering_->entry(key);
+    const CatalogueEntry* entry = answering_->entry(key);
     if (entry == nullptr) return std::string(whenMissing);
     const auto form = entry->isPlural ? entry->forms.find(answering_->category(n)) : entry->forms.end();
     return form == entry->forms.end() ? entry->forms.at(kOther) : form->second;

@@ -10,23 +10,15 @@ namespace {
 
 constexpr std::size_t kNowhere = std::string_view::npos;
 
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 bool isScheme(std::string_view text) {
-    return !text.empty() && isLetter(text.front()) && std::ranges::all_of(text, [](char c) {
-        return isLetter(c) || isDigit(c) || c == '+' || c == '.' || c == '-';
+    return !text.empty() && isAsciiLetter(text.front()) && std::ranges::all_of(text, [](char c) {
+        return isAsciiLetterOrDigit(c) || c == '+' || c == '.' || c == '-';
     });
 }
 
 bool isPlainHost(std::string_view host) {
     return !host.empty() && std::ranges::all_of(host, [](char c) {
-        return isLetter(c) || isDigit(c) || c == '.' || c == '-' || c == '_';
+        return isAsciiLetterOrDigit(c) || c == '.' || c == '-' || c == '_';
     });
 }
 
@@ -43,7 +35,7 @@ std::optional<std::string_view> hostOfAuthority(std::string_view authority) {
     const std::size_t colon = std::min(authority.find(':', bracket), authority.size());
     const std::string_view port = authority.substr(std::min(colon + 1, authority.size()));
     const std::string_view host = authority.substr(0, colon);
-    if (!std::ranges::all_of(port, isDigit)) return std::nullopt;
+    if (!std::ranges::all_of(port, isAsciiDigit)) return std::nullopt;
     return isPlainHost(host) || isBracketedHost(host) ? std::optional(host) : std::nullopt;
 }
 

@@ -10,11 +10,8 @@ namespace brindle {
 
 namespace {
 
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
 bool isWordCharacter(char c) {
-    return isLetter(c) || (c >= '0' && c <= '9') || c == '_';
+    return isAsciiLetterOrDigit(c) || c == '_';
 }
 
 std::string_view trimmedStart(std::string_view text) {
@@ -66,7 +63,7 @@ bool isNothingReclaimed(std::string_view amount) {
         amount.remove_prefix(zeros);
     }
     const std::string_view unit = trimmedStart(amount);
-    return std::ranges::all_of(unit, isLetter);
+    return std::ranges::all_of(unit, isAsciiLetter);
 }
 
 }  // namespace brindle

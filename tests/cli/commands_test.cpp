@@ -21,7 +21,7 @@ json reportOf(const TestHome& home, std::vector<std::string> arguments = {}) {
 }
 
 // A home with something of each kind.
-void furnish(TestHome& home) {
+void furnishMixed(TestHome& home) {
     home.file("Library/Caches/pip/wheel", 300'000);
     home.file(".cache/uv/x", 40'000);
     home.file(".cache/huggingface/hub/model", 900'000);
@@ -34,7 +34,7 @@ void furnish(TestHome& home) {
 
 TEST(ScanCommand, TextTellsTheNumbersOfTheJson) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     const CollectedRun text = runIn(home, {"scan"});
     const json report = reportOf(home);
     std::size_t items = 0;
@@ -56,7 +56,7 @@ TEST(ScanCommand, TextTellsTheNumbersOfTheJson) {
 
 TEST(ScanCommand, FiltersWhatIsShownAndNeverTheTotals) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     const json some = reportOf(home, {"--safe", "--min-size", "100KB"});
     EXPECT_EQ(some["totals"], reportOf(home)["totals"]);
     std::vector<std::string> shown;
@@ -71,7 +71,7 @@ TEST(ScanCommand, FiltersWhatIsShownAndNeverTheTotals) {
 
 TEST(ScanCommand, KeepsToTheWidthOfTheTerminal) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     home.file("Library/Application Support/Cursor/CachedData/x");
     for (const unsigned width : {30U, 40U, 63U, 64U, 80U, 120U}) {
         for (const std::string command :
@@ -87,7 +87,7 @@ TEST(ScanCommand, KeepsToTheWidthOfTheTerminal) {
 TEST(ScanCommandUnprivileged, SaysWhatStoodInItsWay) {
     if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     for (int index = 0; index < 12; ++index) {
         const std::string folder = "Library/Caches/pip/closed" + std::to_string(index);
         home.folder(folder);
@@ -103,7 +103,7 @@ TEST(ScanCommandUnprivileged, SaysWhatStoodInItsWay) {
 
 TEST(ScanCommand, PrintsWhatItHasWhenInterrupted) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     const RunSettings interrupted{.isInterrupted = [] { return true; }};
     const CollectedRun text = runIn(home, {"scan"}, interrupted);
     EXPECT_EQ(text.code, ExitCode::interrupted);
@@ -117,7 +117,7 @@ TEST(ScanCommand, PrintsWhatItHasWhenInterrupted) {
 
 TEST(ScanCommand, LooksAtOneModuleAlsoADisabledOne) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     ASSERT_EQ(runIn(home, {"settings", "disabled-modules", "python", "tools"}).code, ExitCode::success);
     EXPECT_FALSE(contains(runIn(home, {"scan"}).result, "python.pip"));
     const std::string only = runIn(home, {"scan", "--only", "python"}).result;
@@ -129,7 +129,7 @@ TEST(ScanCommand, LooksAtOneModuleAlsoADisabledOne) {
 
 TEST(ScanCommand, WarnsWhenThePreferencesCannotBeTrusted) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     home.text(".config/brindle/preferences.json", "{ broken");
     expectAll(
         {"could not read the preferences " + home.path(".config/brindle/preferences.json") + ": not JSON",
@@ -140,7 +140,7 @@ TEST(ScanCommand, WarnsWhenThePreferencesCannotBeTrusted) {
 
 TEST(ExplainCommand, TellsOfItemsAndPaths) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     using Case = std::tuple<std::string, ExitCode, std::string>;
     const Case cases[] = {
         {"python.uv", ExitCode::success, "/usr/bin/env uv cache clean"},
@@ -187,7 +187,7 @@ TEST(SettingsCommand, ChangesShowsAndResetsEverySettingByName) {
 
 TEST(CommandLine, DrawsOnlyOnATerminalAndColoursOnlyWhereAllowed) {
     TestHome home;
-    furnish(home);
+    furnishMixed(home);
     EXPECT_EQ(runIn(home, {"scan"}).messages, "");
     const CollectedRun terminal = runIn(home, {"scan"}, {.terminal = 80});
     EXPECT_TRUE(contains(terminal.messages, " modules"));

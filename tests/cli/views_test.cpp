@@ -29,7 +29,7 @@ CleanupItem itemWith(DirectoryMeasurement measurement,
     return CleanupItem(std::move(fields));
 }
 
-Look lookOf(unsigned columns) {
+Look lookOfWidth(unsigned columns) {
     Look look;
     look.width = columns;
     return look;
@@ -45,19 +45,19 @@ TEST(ItemView, NeverShowsASizeForMoreThanItIs) {
     const CleanupItem item = itemWith({.allocatedBytes = 2'000'000,
                                        .unreadablePaths = {"/home/u/store/x"},
                                        .deduplicatedBytes = 5'000'000});
-    const std::string wide = ItemTable(lookOf(80), noAge).lines(item);
+    const std::string wide = ItemTable(lookOfWidth(80), noAge).lines(item);
     expectAll({"at least 2.0 MB", "also clears: the index"}, wide);
     EXPECT_FALSE(contains(wide, "\x1b"));
-    expectAll({">= 2.0 MB"}, ItemTable(lookOf(40), noAge).lines(item));
+    expectAll({">= 2.0 MB"}, ItemTable(lookOfWidth(40), noAge).lines(item));
     expectAll({"at least 2.0 MB on disk", "5.0 MB more are shared", "treat it as a floor", "~/store/x",
                "moved to the Trash:", "/else/\\xFF", "by itself: On the next run", "~/app", "Version"},
-              itemPage(item, "/home/u", lookOf(200)));
+              itemPage(item, "/home/u", lookOfWidth(200)));
     EXPECT_FALSE(contains(itemPage(itemWith({}, Classification::protected_), "/home/u", {}), "to the Trash"));
 }
 
 TEST(ItemView, SaysWhenTheToolGaveTheNumber) {
     const CleanupItem item = itemWith({.source = DirectoryMeasurement::Source::reported});
-    EXPECT_TRUE(contains(ItemTable(lookOf(100), noAge).lines(item), "reported by the tool"));
+    EXPECT_TRUE(contains(ItemTable(lookOfWidth(100), noAge).lines(item), "reported by the tool"));
     EXPECT_FALSE(contains(itemPage(item, "/home/u", {}), "sizes of its files"));
 }
 
@@ -67,10 +67,10 @@ TEST(ItemView, ShowsLongIdentifiersAndFactsOfSeveralLinesWhole) {
     item.id = "android.systemImage.android-34/google_apis/arm64-v8a";
     item.explanation.facts = {{"Folders", "~/a\n~/b"},
                               {"Still installed from the same vendor", "org.example"}};
-    const std::string wide = ItemTable(lookOf(80), noAge).lines(item);
+    const std::string wide = ItemTable(lookOfWidth(80), noAge).lines(item);
     EXPECT_TRUE(contains(wide, " ~/store\n")) << wide;
     EXPECT_TRUE(contains(wide, " " + item.id + "\n")) << wide;
-    const std::string page = itemPage(item, "/home/u", lookOf(80));
+    const std::string page = itemPage(item, "/home/u", lookOfWidth(80));
     const std::string below(24, ' ');
     EXPECT_TRUE(contains(page, "~/a\n" + below + "~/b\n")) << page;
     EXPECT_TRUE(contains(page, "  Still installed from the same vendor\n" + below + "org.example\n")) << page;

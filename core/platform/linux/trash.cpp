@@ -22,14 +22,13 @@ namespace brindle {
 namespace {
 
 using Kind = TrashError::Kind;
-using Failure = std::unexpected<TrashError>;
 using Put = std::expected<TrashedObject, TrashError>;
 
 // So many objects of one name in one Trash mean that something else is wrong.
 constexpr unsigned kMostAttempts = 100'000;
 
-Failure noTrash(const std::string& path, Error cause) {
-    return Failure({.kind = Kind::noTrash, .path = path, .cause = std::move(cause)});
+TrashFailure noTrash(const std::string& path, Error cause) {
+    return TrashFailure({.kind = Kind::noTrash, .path = path, .cause = std::move(cause)});
 }
 
 // Where an open folder lies, as the system knows it: no link is in it.
@@ -65,7 +64,7 @@ Put putInto(const TrashFolder& trash, const OpenFolder& parent, const ObjectToTr
         const int failure = writeNewFileAt(trash.info.descriptor(), infoName(name), info);
         if (failure == EEXIST) continue;
         if (failure != 0)
-            return Failure(
+            return TrashFailure(
                 trashFailure(failure, "write", joined(joined(trash.path, "info"), infoName(name))));
         const Move move{
             .from = parent, .name = object.name, .to = trash.files, .newName = name, .movesBack = true};
@@ -79,9 +78,9 @@ Put putInto(const TrashFolder& trash, const OpenFolder& parent, const ObjectToTr
         if (outcome.end != MoveOutcome::End::stuck)
             ::unlinkat(trash.info.descriptor(), infoName(name).c_str(), 0);
         if (outcome.end == MoveOutcome::End::failed && outcome.code == EEXIST) continue;
-        return Failure(trashErrorFrom(outcome, object.path, path));
+        return TrashFailure(trashErrorFrom(outcome, object.path, path));
     }
-    return Failure(trashFailure(EEXIST, "find a free name in", trash.path));
+    return TrashFailure(trashFailure(EEXIST, "find a free name in", trash.path));
 }
 
 bool isOfAnotherVolume(const Put& put) {
@@ -112,9 +111,9 @@ std::string Trash::homeFolder() const {
 Put Trash::put(const OpenFolder& parent, const ObjectToTrash& object) const {
     FileStatus folder;
     if (const int failure = parent.status(folder); failure != 0)
-        return Failure(trashFailure(failure, "examine the folder of", object.path));
+        return TrashFailure(trashFailure(failure, "examine the folder of", object.path));
     if (object.name.empty() || object.name.contains('/') || object.name == "." || object.name == "..")
-        return Failure(trashFailure(EINVAL, "move", object.path));
+        return TrashFailure(trashFailure(EINVAL, "move", object.path));
     if (!exists(home_)) return noTrash(object.path, errorFrom(ENOENT, "open", home_));
     const TrashOwner owner = trashOwnerFor(home_);
     const auto home = openHomeTrash(dataHome_, folder.device, owner, TrashUse::put);
@@ -136,7 +135,7 @@ std::expected<void, TrashError> Trash::canPut(const OpenFolder& parent) const {
     const std::string path = pathOf(parent);
     FileStatus folder;
     if (const int failure = parent.status(folder); failure != 0)
-        return Failure(trashFailure(failure, "examine", path));
+        return TrashFailure(trashFailure(failure, "examine", path));
     if (!exists(home_)) return noTrash(path, errorFrom(ENOENT, "open", home_));
     const TrashOwner owner = trashOwnerFor(home_);
     auto trash = openHomeTrash(dataHome_, folder.device, owner, TrashUse::rehearse);

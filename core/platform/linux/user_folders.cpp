@@ -6,7 +6,7 @@ namespace brindle {
 
 namespace {
 
-constexpr std::uint64_t kMostBytes = 64 << 10;
+constexpr std::uint64_t kMostConfigurationBytes = 64 << 10;
 
 std::string configurationFolder(const std::string& home, const std::vector<std::string>& environment) {
     constexpr std::string_view kVariable = "XDG_CONFIG_HOME=";
@@ -26,7 +26,8 @@ std::vector<std::string> namedApplicationFolders(const std::string& home) {
 
 std::vector<std::string> namedDocumentFolders(const std::string& home,
                                               const std::vector<std::string>& environment) {
-    const auto text = readFile(configurationFolder(home, environment) + "/user-dirs.dirs", kMostBytes);
+    const auto text =
+        readFile(configurationFolder(home, environment) + "/user-dirs.dirs", kMostConfigurationBytes);
     return documentFoldersIn(text.value_or(""), home);
 }
 

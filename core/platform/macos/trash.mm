@@ -16,7 +16,6 @@ namespace brindle {
 namespace {
 
 using Kind = TrashError::Kind;
-using Failure = std::unexpected<TrashError>;
 
 std::string pathOf(const OpenFolder& folder) {
     char path[MAXPATHLEN] = {};
@@ -59,11 +58,12 @@ std::expected<TrashedObject, TrashError> Trash::put(const OpenFolder& parent,
                                                     const ObjectToTrash& object) const {
     FileStatus status;
     const int failure = parent.statusAt(object.name.c_str(), status);
-    if (failure == ENOENT) return Failure({.kind = Kind::missing, .path = object.path});
-    if (failure != 0) return Failure(trashFailure(failure, "examine", object.path));
-    if (!isSameObject(status, object.approved)) return Failure({.kind = Kind::replaced, .path = object.path});
+    if (failure == ENOENT) return TrashFailure({.kind = Kind::missing, .path = object.path});
+    if (failure != 0) return TrashFailure(trashFailure(failure, "examine", object.path));
+    if (!isSameObject(status, object.approved))
+        return TrashFailure({.kind = Kind::replaced, .path = object.path});
     const std::string folder = pathOf(parent);
-    if (folder.empty()) return Failure(trashFailure(ENOENT, "find the folder of", object.path));
+    if (folder.empty()) return TrashFailure(trashFailure(ENOENT, "find the folder of", object.path));
     @autoreleasepool {
         NSURL* result = nil;
         NSError* error = nil;
@@ -71,13 +71,13 @@ std::expected<TrashedObject, TrashError> Trash::put(const OpenFolder& parent,
         if (![[NSFileManager defaultManager] trashItemAtURL:url resultingItemURL:&result error:&error]) {
             const Error cause = errorFrom(codeOf(error), "move to the Trash", object.path);
             const bool isUnsupported = cause.code == ENOTSUP;
-            return Failure(
+            return TrashFailure(
                 {.kind = isUnsupported ? Kind::noTrash : Kind::failed, .path = object.path, .cause = cause});
         }
         const std::string now = result.fileSystemRepresentation;
         const auto arrived = statusOf(now);
         if (!arrived || !isSameObject(*arrived, object.approved))
-            return Failure(movedBack(parent, object, now));
+            return TrashFailure(movedBack(parent, object, now));
         return TrashedObject{now};
     }
 }
@@ -92,9 +92,9 @@ std::expected<void, TrashError> Trash::canPut(const OpenFolder& parent) const {
                                                                 create:NO
                                                                  error:&error];
         if (trash != nil) return {};
-        return Failure({.kind = Kind::noTrash,
-                        .path = path,
-                        .cause = errorFrom(codeOf(error), "find the Trash for", path)});
+        return TrashFailure({.kind = Kind::noTrash,
+                             .path = path,
+                             .cause = errorFrom(codeOf(error), "find the Trash for", path)});
     }
 }
 

@@ -10,15 +10,12 @@
 #include "core/platform/path_text.h"
 #include "core/platform/posix/descriptor.h"
 #include "core/platform/posix/durable.h"
+#include "core/platform/posix/failure.h"
 #include "core/platform/posix/ownership.h"
 
 namespace brindle {
 
 namespace {
-
-std::unexpected<Error> failure(std::string_view operation, std::string_view path, int code = errno) {
-    return std::unexpected(errorFrom(code, operation, path));
-}
 
 std::expected<Descriptor, Error> folderHolding(const std::string& path) {
     const std::string parent = folderOf(path);

@@ -12,13 +12,12 @@
 #include <utility>
 
 #include "core/platform/posix/descriptor.h"
+#include "core/platform/posix/failure.h"
 #include "core/platform/posix/spawn_isolation.h"
 
 namespace brindle {
 
 namespace {
-
-using Failure = std::unexpected<Error>;
 
 bool holdsNul(const std::string& text) {
     return text.find('\0') != std::string::npos;
@@ -35,10 +34,10 @@ bool isExpressible(const ChildProcessOptions& options) {
 std::expected<Descriptor, Error> outputFile(const std::string& path) {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NOFOLLOW;
     Descriptor file(retried([&] { return ::open(path.c_str(), kFlags, 0600); }));
-    if (!file) return Failure(errorFrom(errno, "create", path));
+    if (!file) return failure("create", path);
     if (file.get() > STDERR_FILENO) return file;
     Descriptor higher(retried([&] { return ::fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1); }));
-    if (!higher) return Failure(errorFrom(errno, "open", path));
+    if (!higher) return failure("open", path);
     return higher;
 }
 
@@ -111,18 +110,18 @@ constexpr std::int32_t kUnknownStatus = 255;
 }  // namespace
 
 std::expected<ChildProcess, Error> ChildProcess::start(const ChildProcessOptions& options) {
-    if (!isExpressible(options)) return Failure(errorFrom(EINVAL, "start", options.executable));
+    if (!isExpressible(options)) return failure("start", options.executable, EINVAL);
     const auto out = outputFile(options.stdoutPath);
-    if (!out) return Failure(out.error());
+    if (!out) return std::unexpected(out.error());
     const auto err = outputFile(options.stderrPath);
-    if (!err) return Failure(err.error());
+    if (!err) return std::unexpected(err.error());
 
     auto flags = static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
     SpawnActions actions;
     SpawnAttributes attributes;
     int code = actions.prepare(*out, *err, options.workingFolder, flags);
     if (code == 0) code = attributes.prepare(flags);
-    if (code != 0) return Failure(errorFrom(code, "prepare the start of", options.executable));
+    if (code != 0) return failure("prepare the start of", options.executable, code);
 
     auto arguments = pointersTo(options.arguments);
     arguments.insert(arguments.begin(), const_cast<char*>(options.executable.c_str()));
@@ -131,7 +130,7 @@ std::expected<ChildProcess, Error> ChildProcess::start(const ChildProcessOptions
     pid_t processId = -1;
     code = ::posix_spawn(&processId, options.executable.c_str(), actions.get(), attributes.get(),
                          arguments.data(), environment.data());
-    if (code != 0) return Failure(errorFrom(code, "start", options.executable));
+    if (code != 0) return failure("start", options.executable, code);
     return ChildProcess(processId);
 }
 

@@ -16,17 +16,12 @@
 
 #include "core/platform/posix/descriptor.h"
 #include "core/platform/posix/durable.h"
+#include "core/platform/posix/failure.h"
 #include "core/platform/posix/ownership.h"
 
 namespace brindle {
 
 namespace {
-
-using Failure = std::unexpected<Error>;
-
-Failure failure(std::string_view operation, std::string_view path, int code = errno) {
-    return Failure(errorFrom(code, operation, path));
-}
 
 // A pipe without a writer would hold up a plain open for ever: O_NONBLOCK, then a look at what was opened.
 std::expected<Descriptor, Error> openRegular(const std::string& path) {
@@ -36,7 +31,7 @@ std::expected<Descriptor, Error> openRegular(const std::string& path) {
     struct stat status{};
     if (::fstat(file.get(), &status) != 0) return failure("look at", path);
     if (S_ISDIR(status.st_mode)) return failure("read", path, EISDIR);
-    if (!S_ISREG(status.st_mode)) return Failure(malformedError("read", path, "not a regular file"));
+    if (!S_ISREG(status.st_mode)) return std::unexpected(malformedError("read", path, "not a regular file"));
     return file;
 }
 
@@ -66,7 +61,7 @@ std::expected<std::string, Error> readAll(const Descriptor& file, const std::str
 
 std::expected<std::string, Error> readFile(const std::string& path, std::uint64_t limit) {
     const auto file = openRegular(path);
-    if (!file) return Failure(file.error());
+    if (!file) return std::unexpected(file.error());
     auto content = readAll(*file, path, 0, limit);
     if (!content || content->size() < limit) return content;
     char beyond = 0;
@@ -79,13 +74,13 @@ std::expected<std::string, Error> readFile(const std::string& path, std::uint64_
 std::expected<std::string, Error> readFileFrom(const std::string& path, std::uint64_t offset,
                                                std::uint64_t most) {
     const auto file = openRegular(path);
-    if (!file) return Failure(file.error());
+    if (!file) return std::unexpected(file.error());
     return readAll(*file, path, offset, most);
 }
 
 std::expected<void, Error> probeFile(const std::string& path, std::size_t most) {
     const auto content = readFileFrom(path, 0, most);
-    if (!content) return Failure(content.error());
+    if (!content) return std::unexpected(content.error());
     return {};
 }
 
@@ -205,7 +200,7 @@ namespace {
 std::expected<Descriptor, Error> lockedFile(const std::string& path, int operation) {
     const std::size_t slash = path.find_last_of('/');
     if (slash != std::string::npos && slash > 0) {
-        if (auto made = createFolders(path.substr(0, slash)); !made) return Failure(made.error());
+        if (auto made = createFolders(path.substr(0, slash)); !made) return std::unexpected(made.error());
     }
     // Never through a link, and only what was made here is given away: root may be led anywhere.
     constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
@@ -226,13 +221,13 @@ std::expected<Descriptor, Error> lockedFile(const std::string& path, int operati
 
 std::expected<FileLock, Error> FileLock::acquire(const std::string& path) {
     auto file = lockedFile(path, LOCK_EX);
-    if (!file) return Failure(file.error());
+    if (!file) return std::unexpected(file.error());
     return FileLock(file->release());
 }
 
 std::expected<FileLock, Error> FileLock::tryAcquire(const std::string& path) {
     auto file = lockedFile(path, LOCK_EX | LOCK_NB);
-    if (!file) return Failure(file.error());
+    if (!file) return std::unexpected(file.error());
     return FileLock(file->release());
 }
 
@@ -257,7 +252,7 @@ std::expected<bool, Error> isFileLocked(const std::string& path) {
     struct stat status{};
     if (::fstat(file.get(), &status) != 0) return failure("look at", path);
     if (!S_ISREG(status.st_mode))
-        return Failure(malformedError("ask for the lock of", path, "not a regular file"));
+        return std::unexpected(malformedError("ask for the lock of", path, "not a regular file"));
     // Only an exclusive lock meets every other. It goes with the descriptor.
     if (retried([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) == 0) return false;
     if (errno == EWOULDBLOCK) return true;

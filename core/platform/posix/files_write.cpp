@@ -9,18 +9,13 @@
 #include "core/platform/path_text.h"
 #include "core/platform/posix/descriptor.h"
 #include "core/platform/posix/durable.h"
+#include "core/platform/posix/failure.h"
 #include "core/platform/posix/ownership.h"
 #include "core/platform/posix/temporary_file.h"
 
 namespace brindle {
 
 namespace {
-
-using Failure = std::unexpected<Error>;
-
-Failure failure(std::string_view operation, std::string_view path, int code = errno) {
-    return Failure(errorFrom(code, operation, path));
-}
 
 // The last component's links, followed by hand because the file at their end need not exist yet.
 std::expected<std::string, Error> endOfLinks(std::string path) {
@@ -37,12 +32,12 @@ std::expected<std::string, Error> endOfLinks(std::string path) {
 }
 
 // A file beside the one to be replaced, gone again unless it took the other's place.
-class Replacement {
+class ReplacementFile {
   public:
-    explicit Replacement(int folder) : folder_(folder) {}
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-    ~Replacement() {
+    explicit ReplacementFile(int folder) : folder_(folder) {}
+    ReplacementFile(const ReplacementFile&) = delete;
+    ReplacementFile& operator=(const ReplacementFile&) = delete;
+    ~ReplacementFile() {
         const int before = errno;
         if (file_) ::unlinkat(folder_, name_.c_str(), 0);
         errno = before;
@@ -82,7 +77,7 @@ class Replacement {
 std::expected<void, Error> writeFileAtomically(const std::string& path, std::string_view content,
                                                std::uint32_t mode) {
     const auto target = endOfLinks(path);
-    if (!target) return Failure(target.error());
+    if (!target) return std::unexpected(target.error());
     const std::string parent = folderOf(*target);
     const std::string name(lastComponent(*target));
     if (name.empty()) return failure("write", path, EISDIR);
@@ -91,7 +86,7 @@ std::expected<void, Error> writeFileAtomically(const std::string& path, std::str
         retried([&] { return ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!folder) return failure("open", parent);
 
-    Replacement replacement(folder.get());
+    ReplacementFile replacement(folder.get());
     if (!replacement.create()) return failure("create a file in", parent);
     if (!replacement.fill(content, mode)) return failure("write", path);
     if (!replacement.takePlaceOf(name)) return failure("replace", path);

@@ -47,6 +47,10 @@ std::expected<std::string, Error> canonicalPath(const std::string& path) {
     return std::string(resolved.get());
 }
 
+std::string canonicalOr(const std::string& path) {
+    return canonicalPath(path).value_or(path);
+}
+
 bool isSuperuser() {
     return geteuid() == 0;
 }

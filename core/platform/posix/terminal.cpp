@@ -55,9 +55,9 @@ void waitUntilWritable(int descriptor) {
 
 // One byte of the input; absent at its end.
 std::expected<std::optional<char>, Error> readByte() {
-    constexpr std::string_view kOperation = "read the input";
+    constexpr std::string_view kReading = "read the input";
     while (true) {
-        if (interruptRequested()) return std::unexpected(errorFrom(EINTR, kOperation, ""));
+        if (interruptRequested()) return std::unexpected(errorFrom(EINTR, kReading, ""));
         // Waits in steps: the signal may have gone to another thread, or come just before this call.
         pollfd waiting = {STDIN_FILENO, POLLIN, 0};
         if (poll(&waiting, 1, kPollMilliseconds) <= 0) continue;
@@ -65,7 +65,7 @@ std::expected<std::optional<char>, Error> readByte() {
         const ssize_t count = read(STDIN_FILENO, &byte, 1);
         if (count == 1) return byte;
         if (count == 0) return std::nullopt;
-        if (errno != EINTR && errno != EAGAIN) return std::unexpected(errorFrom(errno, kOperation, ""));
+        if (errno != EINTR && errno != EAGAIN) return std::unexpected(errorFrom(errno, kReading, ""));
     }
 }
 

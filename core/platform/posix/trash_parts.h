@@ -1,6 +1,7 @@
 // What the bodies of the Trash share, and what differs between systems. For the bodies of core/platform only.
 #pragma once
 
+#include <expected>
 #include <string>
 
 #include "core/platform/open_folder.h"
@@ -8,6 +9,8 @@
 #include "core/platform/trash.h"
 
 namespace brindle {
+
+using TrashFailure = std::unexpected<TrashError>;
 
 inline TrashError trashFailure(int code, std::string_view operation, const std::string& path) {
     return {.kind = TrashError::Kind::failed, .path = path, .cause = errorFrom(code, operation, path)};

@@ -12,7 +12,6 @@ namespace brindle {
 namespace {
 
 using Kind = TrashError::Kind;
-using Failure = std::unexpected<TrashError>;
 
 constexpr std::uint32_t kModeOfParents = 0755;
 
@@ -80,29 +79,30 @@ std::expected<void, TrashError> Trash::putBack(const std::string& trashedPath,
     const std::string origin = standardisedPath(originalPath);
     const std::string name(lastComponent(trashedPath));
     const std::string newName(lastComponent(origin));
-    if (name.empty() || newName.empty()) return Failure(trashFailure(EINVAL, "put back", trashedPath));
+    if (name.empty() || newName.empty()) return TrashFailure(trashFailure(EINVAL, "put back", trashedPath));
 
     OpenFolder files;
     if (const int failure = files.openWithoutLinks(folderOf(trashedPath)); failure != 0) {
-        if (isAbsent(failure)) return Failure({.kind = Kind::missing, .path = trashedPath});
-        return Failure(trashFailure(failure, "open", folderOf(trashedPath)));
+        if (isAbsent(failure)) return TrashFailure({.kind = Kind::missing, .path = trashedPath});
+        return TrashFailure(trashFailure(failure, "open", folderOf(trashedPath)));
     }
     FileStatus now;
     if (const int failure = files.statusAt(name.c_str(), now); failure != 0) {
-        if (isAbsent(failure)) return Failure({.kind = Kind::missing, .path = trashedPath});
-        return Failure(trashFailure(failure, "examine", trashedPath));
+        if (isAbsent(failure)) return TrashFailure({.kind = Kind::missing, .path = trashedPath});
+        return TrashFailure(trashFailure(failure, "examine", trashedPath));
     }
-    if (!isObjectOfType(now, recorded)) return Failure({.kind = Kind::replaced, .path = trashedPath});
+    if (!isObjectOfType(now, recorded)) return TrashFailure({.kind = Kind::replaced, .path = trashedPath});
 
     OpenFolder parent;
     if (const int failure = openOrigin(parent, folderOf(origin), home_); failure != 0)
-        return Failure(trashFailure(failure, "open", folderOf(origin)));
+        return TrashFailure(trashFailure(failure, "open", folderOf(origin)));
     // Whoever may write there may already have exchanged what came back: that is told, and nothing moved once more.
     const MoveOutcome outcome =
         moveApproved({.from = files, .name = name, .to = parent, .newName = newName}, now);
     if (outcome.end == MoveOutcome::End::failed && outcome.code == EEXIST)
-        return Failure({.kind = Kind::occupied, .path = origin});
-    if (outcome.end != MoveOutcome::End::moved) return Failure(trashErrorFrom(outcome, trashedPath, origin));
+        return TrashFailure({.kind = Kind::occupied, .path = origin});
+    if (outcome.end != MoveOutcome::End::moved)
+        return TrashFailure(trashErrorFrom(outcome, trashedPath, origin));
     // The record goes only when the object's return would outlast a power cut.
     if (syncToDisk(parent.descriptor()) == 0) forgetTrashRecord(files, trashedPath);
     return {};

@@ -10,12 +10,12 @@ namespace {
 
 constexpr std::uint64_t kGB = 1'000'000'000;
 
-TimePoint at(const char* text) {
+TimePoint instant(const char* text) {
     return timeFromIso8601(text).value();
 }
 
 TimePoint dayAfter(double days) {
-    return at("2026-01-01T12:00:00Z") +
+    return instant("2026-01-01T12:00:00Z") +
            std::chrono::duration_cast<TimePoint::duration>(std::chrono::duration<double>(days * 86'400));
 }
 
@@ -79,12 +79,12 @@ TEST_F(StoredTrend, KeepsNinetyDaysOfOneCapacity) {
 TEST_F(StoredTrend, KeepsTheLatestSampleOfADayOfTheUsers) {
     const test::TimeZone zone("Europe/Lisbon");
     // Clocks went back at 01:00 UTC that day: it had 25 hours, from 23:00 UTC to midnight UTC.
-    record(at("2026-10-24T22:30:00Z"), 90);
-    record(at("2026-10-24T23:30:00Z"), 80);
-    record(at("2026-10-25T23:30:00Z"), 70);
-    EXPECT_EQ(freeAt(at("2026-10-25T23:40:00Z")), Free({90, 70}));
-    record(at("2026-10-26T00:10:00Z"), 60);
-    EXPECT_EQ(freeAt(at("2026-10-26T00:20:00Z")), Free({90, 70, 60}));
+    record(instant("2026-10-24T22:30:00Z"), 90);
+    record(instant("2026-10-24T23:30:00Z"), 80);
+    record(instant("2026-10-25T23:30:00Z"), 70);
+    EXPECT_EQ(freeAt(instant("2026-10-25T23:40:00Z")), Free({90, 70}));
+    record(instant("2026-10-26T00:10:00Z"), 60);
+    EXPECT_EQ(freeAt(instant("2026-10-26T00:20:00Z")), Free({90, 70, 60}));
 }
 
 TEST_F(StoredTrend, TakesWhatItCannotUnderstandForNothing) {

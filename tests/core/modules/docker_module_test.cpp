@@ -24,7 +24,7 @@ constexpr const char* kReport =
 {"Active":"1","Reclaimable":"1kB (9%)","Size":"5kB","TotalCount":"2","Type":"Local Volumes"}
 {"Active":"1","Reclaimable":"50kB","Size":"50kB","TotalCount":"2","Type":"Build Cache"})j";
 
-ModuleResult scanWith(const test::TestHome& home, const Toolbox& tools) {
+ModuleResult scanDocker(const test::TestHome& home, const Toolbox& tools) {
     return DockerModule(tools).scan(test::contextOf(home));
 }
 
@@ -33,9 +33,9 @@ TEST(DockerModule, OffersWhatTheEngineReportsAndCountsNothingTwice) {
     home.file(std::string(kImage) + "/data/Docker.raw", 1'000'000);
     const std::uint64_t occupied = test::diskUsage(home.path(kImage));
     const auto scanAt = [&](const std::string& socket) {
-        return scanWith(home, test::cannedTools({{kContext, {"\"unix://" + socket + "\""}},
-                                                 {kUsage, {"json\njson\njson\n"}},
-                                                 {kOldUsage, {kReport}}}));
+        return scanDocker(home, test::cannedTools({{kContext, {"\"unix://" + socket + "\""}},
+                                                   {kUsage, {"json\njson\njson\n"}},
+                                                   {kOldUsage, {kReport}}}));
     };
     const ModuleResult result = scanAt(home.path(".docker/run/docker.sock"));
     ASSERT_EQ(result.items.size(), 5U);
@@ -75,11 +75,11 @@ TEST(DockerModule, SaysWhyAnEngineHasNothingToOffer) {
         {{{kContext, here}, {kUsage, {"garbage"}}}, silent, "Start Docker Desktop"},
         {far, inspect, "Docker is set to work on another"},
         {unclear, inspect, "Brindle could not tell whether"}};
-    EXPECT_FALSE(scanWith(home, {}).isToolchainInstalled);
+    EXPECT_FALSE(scanDocker(home, {}).isToolchainInstalled);
     for (const bool hasImage : {false, true}) {
         if (hasImage) home.file(std::string(kImage) + "/Docker.raw");
         for (const Case& each : cases) {
-            const ModuleResult result = scanWith(home, test::cannedTools(each.answers));
+            const ModuleResult result = scanDocker(home, test::cannedTools(each.answers));
             ASSERT_EQ(result.items.size(), hasImage ? 1U : 0U);
             ASSERT_EQ(result.unreachable.size(), 1U);
             const UnreachableLocation& problem = result.unreachable.front();
@@ -88,7 +88,7 @@ TEST(DockerModule, SaysWhyAnEngineHasNothingToOffer) {
             test::expectInEnglish({problem.storedRemedy});
         }
     }
-    EXPECT_EQ(scanWith(home, {}).unreachable.at(0).path, silent);
+    EXPECT_EQ(scanDocker(home, {}).unreachable.at(0).path, silent);
 }
 
 // The real client, talking to an engine of our own.
@@ -117,7 +117,7 @@ TEST_F(DockerClient, IsUnderstoodInWhatItSaysOfAnEngine) {
         R"({"images": [[2498000000, 1], [1830000000, 0]], "containers": [[1114, "exited"], [3000000, "running"]],
             "volumes": [[52000000000, 0], [7, 2]], "cache": [[16430000, false], [99, true]]})");
     const Toolbox tools = toolsFor(engine.address());
-    const ModuleResult result = scanWith(home, tools);
+    const ModuleResult result = scanDocker(home, tools);
     const std::vector<std::uint64_t> expected = {1'830'000'000, 1114, 52'000'000'000, 16'430'000};
     ASSERT_EQ(result.items.size(), expected.size());
     for (std::size_t row = 0; row < expected.size(); ++row) {
@@ -128,8 +128,8 @@ TEST_F(DockerClient, IsUnderstoodInWhatItSaysOfAnEngine) {
         EXPECT_EQ(DockerUsage::parseBytes(reclaimedSpace(pruned->output).value_or("")), expected[row])
             << pruned->output;
     }
-    EXPECT_TRUE(scanWith(home, tools).items.empty());
-    EXPECT_TRUE(scanWith(home, tools).unreachable.empty());
+    EXPECT_TRUE(scanDocker(home, tools).items.empty());
+    EXPECT_TRUE(scanDocker(home, tools).unreachable.empty());
 }
 
 TEST_F(DockerClient, NeverMakesUpASizeOfWhatIsWrongWithAnEngine) {
@@ -139,7 +139,7 @@ TEST_F(DockerClient, NeverMakesUpASizeOfWhatIsWrongWithAnEngine) {
     const std::string kSome = R"({"images": [[5000, 0]]})";
     using Numbers = std::array<std::size_t, 2>;  // items, problems
     const auto numbers = [&](const std::string& address) {
-        const ModuleResult result = scanWith(home, toolsFor(address));
+        const ModuleResult result = scanDocker(home, toolsFor(address));
         return Numbers{result.items.size(), result.unreachable.size()};
     };
     EXPECT_EQ(numbers(test::StandInEngine(kHuge).address()), (Numbers{0, 0}));

@@ -10,7 +10,7 @@ namespace brindle {
 namespace {
 
 // As client 28 printed it.
-const std::string kImages =
+const std::string kImageUsage =
     R"j({"Active":"1","Reclaimable":"1.83GB (42%)","Size":"4.328GB","TotalCount":"3","Type":"Images"})j";
 const std::string kCache =
     R"({"Active":"1","Reclaimable":"16.43MB","Size":"16.43MB","TotalCount":"2","Type":"Build Cache"})";
@@ -49,19 +49,19 @@ TEST(DockerUsage, TakesAnImpossibleAmountForNothingReclaimable) {
 }
 
 TEST(DockerUsage, ReadsTheReportInEveryShape) {
-    const std::string both = kImages + "\n" + kCache;
+    const std::string both = kImageUsage + "\n" + kCache;
     const std::string numbers =
         R"({"Type":"Images","TotalCount":3,"Active":1,"Size":"4.328GB","Reclaimable":"1.83GB"})";
     for (const std::string& report :
-         partsOf(both + "\n|" + kImages + "\r\n\r\n" + kCache + "|[" + kImages + ",\n " + kCache + "]|" +
-                 numbers + "\n" + kCache + "|WARNING: Error loading config file\n\n" + both +
+         partsOf(both + "\n|" + kImageUsage + "\r\n\r\n" + kCache + "|[" + kImageUsage + ",\n " + kCache +
+                 "]|" + numbers + "\n" + kCache + "|WARNING: Error loading config file\n\n" + both +
                  R"(|{"Type":"Moon"})" + "\n" + both + "\n" + R"({"Type":"Networks","Active":"?"})")) {
         EXPECT_EQ(parseDockerUsage(report), kBoth) << report;
     }
-    EXPECT_EQ(parseDockerUsage("{\n \"Type\": \"Images\",\n" + kImages.substr(1)),
+    EXPECT_EQ(parseDockerUsage("{\n \"Type\": \"Images\",\n" + kImageUsage.substr(1)),
               std::vector{kBoth.front()});
     EXPECT_TRUE(isFormatEchoed("json\njson\njson\n"));
-    EXPECT_FALSE(isFormatEchoed(kImages) || isFormatEchoed(""));
+    EXPECT_FALSE(isFormatEchoed(kImageUsage) || isFormatEchoed(""));
 }
 
 TEST(DockerUsage, RefusesAReportThatItCannotRead) {
@@ -73,10 +73,11 @@ TEST(DockerUsage, RefusesAReportThatItCannotRead) {
         R"(|{"Type":"Images","TotalCount":18446744073709551615,"Active":1,"Reclaimable":""})"
         R"(|{"Type":7,"TotalCount":4,"Active":1,"Reclaimable":"1GB"})";
     for (const std::string& report :
-         partsOf("|\n|[]|{}|null|json|TYPE   TOTAL   ACTIVE\nImages 3 1|" + kImages.substr(0, 60) + "|" +
-                 kImages + "\n" + kCache.substr(0, 20) + "|[" + kImages + "|" + kImages + "\nWARNING: late|" +
-                 kImages + kCache + "|" + kImages + "\n" + kImages + "|[1] note\n" + kImages + "|[" +
-                 kImages + ",3]" + broken + "|" + std::string(5000, '['))) {
+         partsOf("|\n|[]|{}|null|json|TYPE   TOTAL   ACTIVE\nImages 3 1|" + kImageUsage.substr(0, 60) + "|" +
+                 kImageUsage + "\n" + kCache.substr(0, 20) + "|[" + kImageUsage + "|" + kImageUsage +
+                 "\nWARNING: late|" + kImageUsage + kCache + "|" + kImageUsage + "\n" + kImageUsage +
+                 "|[1] note\n" + kImageUsage + "|[" + kImageUsage + ",3]" + broken + "|" +
+                 std::string(5000, '['))) {
         EXPECT_EQ(parseDockerUsage(report), std::nullopt) << report;
     }
 }

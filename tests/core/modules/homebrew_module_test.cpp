@@ -12,7 +12,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-ModuleResult scanWith(const test::TestHome& home, const Toolbox& tools) {
+ModuleResult scanHomebrew(const test::TestHome& home, const Toolbox& tools) {
     return HomebrewModule(tools).scan(test::contextOf(home));
 }
 
@@ -66,12 +66,12 @@ TEST(HomebrewModule, OffersDownloadsAndUnusedDependencies) {
     home.file("brew/Cellar/needed/3.0/lib", 40'000);
     home.file("Library/Caches/Homebrew/api/formula.json", 70'000);
     home.hardLink("Library/Caches/Homebrew/api/also", "Library/Caches/Homebrew/api/formula.json");
-    EXPECT_EQ(scanWith(home, Toolbox::of(runner)).items.size(), 1U);  // nothing but what cleanup keeps
+    EXPECT_EQ(scanHomebrew(home, Toolbox::of(runner)).items.size(), 1U);  // nothing but what cleanup keeps
 
     home.file("Library/Caches/Homebrew/downloads/bottle", 50'000);
     home.hardLink("Library/Caches/Homebrew/api/linked", "Library/Caches/Homebrew/downloads/bottle");
     home.link("Library/Caches/Homebrew/jq--1.7", "downloads/bottle");
-    const ModuleResult result = scanWith(home, Toolbox::of(runner));
+    const ModuleResult result = scanHomebrew(home, Toolbox::of(runner));
     ASSERT_EQ(result.items.size(), 2U);
     EXPECT_TRUE(result.unreachable.empty());
     EXPECT_EQ(result.items[0].bytes(), test::diskUsage(home.path("Library/Caches/Homebrew/downloads")));
@@ -88,8 +88,8 @@ TEST(HomebrewModule, SaysWhatHomebrewDidNotAnswer) {
     const std::string kDoctor =
         "Homebrew could not list unused dependencies. Run brew doctor, then scan again.";
     const std::string kNone = "Could not locate Homebrew's Cellar";
-    using Answers = std::map<std::string, test::CannedAnswer>;
-    const std::vector<std::tuple<Answers, std::string, std::string>> cases = {
+    using BrewAnswers = std::map<std::string, test::CannedAnswer>;
+    const std::vector<std::tuple<BrewAnswers, std::string, std::string>> cases = {
         {{{"brew --cellar", cellar}}, kDryRun, kDoctor},
         {{{"brew --cellar", cellar}, {kDryRun, {"", 1}}}, kDryRun, kDoctor},
         {{{"brew --cellar", cellar}, {kDryRun, {"libfoo\n"}}}, kDryRun, kDoctor},
@@ -103,13 +103,13 @@ TEST(HomebrewModule, SaysWhatHomebrewDidNotAnswer) {
          "again."}};
     const auto reason = UnreachableLocation::Reason::toolchainNotRunning;
     for (const auto& [answers, asked, remedy] : cases) {
-        const ModuleResult result = scanWith(home, test::cannedTools(answers));
+        const ModuleResult result = scanHomebrew(home, test::cannedTools(answers));
         EXPECT_TRUE(result.items.empty());
         EXPECT_EQ(result.unreachable, (std::vector<UnreachableLocation>{{asked, reason, remedy}}));
         test::expectInEnglish({remedy});
     }
-    EXPECT_TRUE(
-        scanWith(home, test::cannedTools({{"brew --cellar", cellar}, {kDryRun, {""}}})).unreachable.empty());
+    EXPECT_TRUE(scanHomebrew(home, test::cannedTools({{"brew --cellar", cellar}, {kDryRun, {""}}}))
+                    .unreachable.empty());
 }
 
 }  // namespace

@@ -107,10 +107,10 @@ TEST(PythonRuntimes, SaysWhatAnEnvironmentStillHas) {
 }
 
 TEST(PythonConfig, ReadsEveryFormThatToolsWrite) {
-    using Names = std::vector<std::string>;
+    using EnvironmentNames = std::vector<std::string>;
     EXPECT_EQ(parsePythonVersions("3.11.4\r\n# old\n\n 2.7.18\tpython-3.9 # x\nsystem"),
-              (Names{"3.11.4", "2.7.18", "3.9"}));
-    EXPECT_EQ(parsePythonVersions(""), Names());
+              (EnvironmentNames{"3.11.4", "2.7.18", "3.9"}));
+    EXPECT_EQ(parsePythonVersions(""), EnvironmentNames());
     EXPECT_EQ(parsePyvenvConfig("HOME=/a/bin\nversion_info = 3.12.1.final.0\nuv = 0.4\nexecutable = "
                                 "/b/python3\nbase-prefix = no"),
               (PyvenvConfig{{"/a/bin", "/b/python3"}, "3.12.1.final.0"}));

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
-struct stat statusOf(const std::string& path) {
+struct stat systemStatusOf(const std::string& path) {
     struct stat status{};
     EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
     status.st_mode &= 07777U;
@@ -44,11 +44,11 @@ TEST(WriteFileAtomically, ReplacesWhereLinksPointAndLeavesNothingBeside) {
           Case{"made/on/the/way", "made/on/the/way"}, Case{"long/" + longName, "long/" + longName}}) {
         const auto done = writeFileAtomically(home.path(written), "new", 0644);
         ASSERT_TRUE(done) << done.error().describe();
-        EXPECT_EQ(statusOf(home.path(landsIn)).st_mode, 0644U) << "whatever the umask";
+        EXPECT_EQ(systemStatusOf(home.path(landsIn)).st_mode, 0644U) << "whatever the umask";
         EXPECT_EQ(readFile(home.path(landsIn)), "new") << written;
     }
     ::umask(before);
-    EXPECT_EQ(statusOf(home.path("made/on")).st_mode, 0700U);
+    EXPECT_EQ(systemStatusOf(home.path("made/on")).st_mode, 0700U);
     EXPECT_TRUE(fs::is_symlink(home.path("links/chain")));
     EXPECT_THAT(*listFolder(home.path("real")), UnorderedElementsAre("old", "fresh"));
     EXPECT_THAT(*listFolder(home.path("long")), ElementsAre(longName));
@@ -106,7 +106,7 @@ TEST(WriteFileAtomically, GivesWhatRootWritesToTheOwnerOfTheFolder) {
     ASSERT_TRUE(writeFileAtomically(home.path("config/brindle/file"), "new"));
     ASSERT_TRUE(FileLock::acquire(home.path("config/brindle/file.lock")));
     for (const char* made : {"config", "config/brindle", "config/brindle/file", "config/brindle/file.lock"}) {
-        EXPECT_EQ(statusOf(home.path(made).c_str()).st_uid, kSomebody) << made;
+        EXPECT_EQ(systemStatusOf(home.path(made).c_str()).st_uid, kSomebody) << made;
     }
 }
 
@@ -153,7 +153,7 @@ TEST(TemporaryFolder, GoesWithItsContentAndOnlyOnce) {
         auto folder = TemporaryFolder::create("one", home.path());
         ASSERT_TRUE(folder);
         first = folder->path();
-        EXPECT_EQ(statusOf(first).st_mode, 0700U);
+        EXPECT_EQ(systemStatusOf(first).st_mode, 0700U);
         ASSERT_TRUE(writeFileAtomically(first + "/deep/file", "x"));
         ASSERT_EQ(::symlink(home.path().c_str(), (first + "/home").c_str()), 0);
         auto second = TemporaryFolder::create("two", home.path());

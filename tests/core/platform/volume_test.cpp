@@ -36,11 +36,11 @@ TEST(Volume, FindsTheMountPointThatHoldsAPath) {
           Case{"/odd\\040\tx/y", "/odd\\040\tx"}, Case{"/last/x", "/last"}}) {
         EXPECT_EQ(mountPointHolding(path, kTable), mountPoint) << path;
     }
-    using Paths = std::vector<std::string>;
+    using Places = std::vector<std::string>;
     const MountPoints mounts = MountPoints::fromTable(kTable);
-    EXPECT_EQ(mounts.below("/"), (Paths{"/home", "/home/a b", "/last", "/odd\\040\tx"}));
-    EXPECT_EQ(mounts.below("/home"), Paths{"/home/a b"});
-    for (const char* none : {"/home/a", "/home/a b", "/hom", "/odd"}) EXPECT_EQ(mounts.below(none), Paths());
+    EXPECT_EQ(mounts.below("/"), (Places{"/home", "/home/a b", "/last", "/odd\\040\tx"}));
+    EXPECT_EQ(mounts.below("/home"), Places{"/home/a b"});
+    for (const char* none : {"/home/a", "/home/a b", "/hom", "/odd"}) EXPECT_EQ(mounts.below(none), Places());
     EXPECT_TRUE(MountPoints::fromTable("").areKnown() && MountPoints::current().areKnown());
     EXPECT_FALSE(MountPoints().areKnown());
     EXPECT_EQ(mountPointHolding("/etc", "22 21 8:2 / /home rw\n"), std::nullopt);

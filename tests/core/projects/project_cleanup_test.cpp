@@ -17,18 +17,18 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
-const TimePoint kNow = *timeFromIso8601("2025-06-10T12:00:00Z");
+const TimePoint kToday = *timeFromIso8601("2025-06-10T12:00:00Z");
 
 Project unusedFor(int days, std::optional<Confidence> confidence = Confidence::certain) {
     Project project = test::lantern();
-    project.lastUsed = kNow - std::chrono::days(days);
+    project.lastUsed = kToday - std::chrono::days(days);
     if (confidence) project.safety = {*confidence, {}, test::repository()};
     return project;
 }
 
 std::vector<CleanupItem> itemsOf(const Project& project) {
     test::speakEnglish();
-    return dormantProjectItems({project}, "/home/u", kNow);
+    return dormantProjectItems({project}, "/home/u", kToday);
 }
 
 TEST(ProjectCleanup, OffersWhatWasLeftAloneAndSaysWhyNotOtherwise) {
@@ -46,15 +46,15 @@ TEST(ProjectCleanup, OffersWhatWasLeftAloneAndSaysWhyNotOtherwise) {
     for (const auto& [days, confidence, answer] : cases) {
         const Project project = unusedFor(days, confidence);
         const auto items = itemsOf(project);
-        const auto reason = reasonNotOffered(project, kNow);
+        const auto reason = reasonNotOffered(project, kToday);
         EXPECT_EQ(items.empty(), reason.has_value()) << days;
         EXPECT_EQ(reason ? *reason : rawText(items.at(0).classification), answer) << days;
     }
     Project project = unusedFor(99);
     project.lastUsed.reset();
-    EXPECT_THAT(reasonNotOffered(project, kNow).value(), HasSubstr("could not read a date"));
+    EXPECT_THAT(reasonNotOffered(project, kToday).value(), HasSubstr("could not read a date"));
     project.artifacts.front().category = ArtifactCategory::sourceAndHistory;
-    EXPECT_EQ(reasonNotOffered(project, kNow), "Nothing here is removable.");
+    EXPECT_EQ(reasonNotOffered(project, kToday), "Nothing here is removable.");
     EXPECT_TRUE(itemsOf(project).empty());
 }
 

@@ -11,7 +11,7 @@
 namespace brindle {
 namespace {
 
-ProjectSearch searchIn(const test::GitHome& home) {
+ProjectSearch outlineSearchIn(const test::GitHome& home) {
     return {.home = home.path(), .roots = {"P"}};
 }
 
@@ -24,7 +24,7 @@ TEST(ProjectOutlines, RelateAProjectAsWholeInspectionsDo) {
     home.shell("P/lantern", "git worktree add -q --detach ../lantern-wip");
     home.shell("P/lantern-copy", "git remote remove origin");
     home.folder("P/broken/.git");
-    const ProjectSearch search = searchIn(home);
+    const ProjectSearch search = outlineSearchIn(home);
     const auto found = collectProjects(search);
     ASSERT_EQ(found.size(), 6U);
     const ProjectDetector detector(home.tools());
@@ -59,7 +59,7 @@ TEST(ProjectPlace, IsTheRepositoryOrTheOutermostProject) {
         {"P/a/src/node_modules/x", false, "P/a", 0},
         {"P/a/package.json", false, "P/a", 0}};
     for (const auto& [path, isProject, enclosing, contained] : cases) {
-        const ProjectPlace place = placeAmongProjects(home.path(path), searchIn(home));
+        const ProjectPlace place = placeAmongProjects(home.path(path), outlineSearchIn(home));
         EXPECT_TRUE(place.isProject == isProject && place.contained.size() == contained) << path;
         EXPECT_EQ(place.enclosing.value_or(""), *enclosing == 0 ? "" : home.path(enclosing)) << path;
     }

@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using test::TestHome;
 
-Session sessionOf(const TestHome& home) {
+Session scheduledSessionOf(const TestHome& home) {
     return Session({home.path(), false, {}});
 }
 
@@ -28,13 +28,13 @@ class ScheduledCleanup : public testing::Test {
             home.file(each, 100'000);
         home.file("Projects/old/node_modules/left/index.js", 100'000);
         home.text("Projects/old/package.json", "{}");
-        Preferences settings = sessionOf(home).preferences();
+        Preferences settings = scheduledSessionOf(home).preferences();
         EXPECT_TRUE(settings.setScheduledScansEnabled(true));
         EXPECT_TRUE(settings.setAutoCleanEnabled(true));
     }
 
     Scheduler::Outcome run() const {
-        const Session session = sessionOf(home);
+        const Session session = scheduledSessionOf(home);
         return session.scheduler().run(std::chrono::system_clock::now(), [] { return false; });
     }
     bool isThere(const char* path) const { return fs::exists(home.path(path)); }
@@ -44,7 +44,8 @@ class ScheduledCleanup : public testing::Test {
 
 TEST_F(ScheduledCleanup, RemovesWhatIsSafeAndLeavesALine) {
     std::set<std::string> safe;
-    for (const CleanupItem& each : Scheduler::itemsToClean(sessionOf(home).scan({}))) safe.insert(each.id);
+    for (const CleanupItem& each : Scheduler::itemsToClean(scheduledSessionOf(home).scan({})))
+        safe.insert(each.id);
     ASSERT_TRUE(safe.contains("rust.cargoRegistry"));
     const auto outcome = run();
     ASSERT_TRUE(outcome.receipt);
@@ -57,7 +58,7 @@ TEST_F(ScheduledCleanup, RemovesWhatIsSafeAndLeavesALine) {
     EXPECT_FALSE(isThere(".cargo/registry"));
     EXPECT_TRUE(isThere(".cache/huggingface/hub/model"));
     EXPECT_TRUE(isThere("Projects/old/node_modules/left/index.js"));
-    const Session session = sessionOf(home);
+    const Session session = scheduledSessionOf(home);
     EXPECT_EQ(session.history().loadChecked()->size(), 1U);
     ASSERT_EQ(session.scheduleLog().runs().size(), 1U);
     EXPECT_EQ(session.scheduleLog().runs()[0].receipt, outcome.receipt->id);
@@ -71,7 +72,7 @@ TEST_F(ScheduledCleanup, RemovesNothingThatItCouldNotRecord) {
     ASSERT_TRUE(outcome.refusal);
     EXPECT_EQ(outcome.refusal->sentence, "History cannot be read; cleanup has not started.");
     EXPECT_TRUE(isThere(".cargo/registry/crate"));
-    EXPECT_EQ(sessionOf(home).scheduleLog().runs().front().refusal, outcome.refusal->sentence);
+    EXPECT_EQ(scheduledSessionOf(home).scheduleLog().runs().front().refusal, outcome.refusal->sentence);
 }
 
 TEST_F(ScheduledCleanup, RunsOnceWhenTwoComeTogether) {
@@ -80,7 +81,7 @@ TEST_F(ScheduledCleanup, RunsOnceWhenTwoComeTogether) {
     for (Scheduler::Outcome& each : outcomes) threads.emplace_back([&each, this] { each = run(); });
     threads.clear();
     EXPECT_GE(outcomes[0].receipt.has_value() + outcomes[1].receipt.has_value(), 1);
-    EXPECT_EQ(sessionOf(home).history().loadChecked()->size(), 1U);
+    EXPECT_EQ(scheduledSessionOf(home).history().loadChecked()->size(), 1U);
     EXPECT_FALSE(isThere(".cargo/registry"));
 }
 
