@@ -147,7 +147,8 @@ def tidy_failures(root):
     files["core/tidy.cpp"] = "int kept() { return 1; }\n"
     plant(root, files)
     database = [{"file": str(root / name), "directory": str(root),
-                 "command": f"c++ -std=c++23 -isystem {root} -c {root / name}"}
+                 # compiled in another way, so read in a batch of its own
+                 "command": f"c++ -std=c++23 {'-DTIDY' if 'tidy' in name else ''} -isystem {root} -c {root / name}"}
                 for name in files]
     plant(root, {"build/compile_commands.json": json.dumps(database)})
     for again in ("", " the second time"):
@@ -155,8 +156,9 @@ def tidy_failures(root):
         for check in UNTIDY:
             if status != 1 or f"[{check}" not in told:
                 yield f"clang-tidy did not say {check}{again}\n{told}"
-        if len(list((root / "build" / "tidy").iterdir())) != 1:
-            yield f"clang-tidy's verdict on the one tidy file was not kept{again}"
+        kept = [path for path in (root / "build" / "tidy").iterdir() if path.suffix != ".cpp"]
+        if len(kept) != 1:
+            yield f"clang-tidy's verdict on the one tidy batch was not kept{again}"
         if "core/tidy.cpp" in told:
             yield f"clang-tidy blamed a tidy file{again}\n{told}"
 
