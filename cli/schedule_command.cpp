@@ -115,11 +115,16 @@ ExitCode exitCodeOf(const Scheduler::Outcome& outcome) {
 Outcome runNow(const CommandContext& context) {
     const TimePoint now = std::chrono::system_clock::now();
     Scheduler scheduler = context.session.scheduler();
+    const auto& isInterrupted = context.surroundings.isInterrupted;
+    std::optional<Scheduler::Outcome> ran;
     if (context.options.onlyIfDue) {
-        if (!scheduler.isOverdue(now)) return notDue(context);
         lowerPriority();
+        ran = scheduler.runIfDue(now, isInterrupted);
+        if (!ran) return notDue(context);
+    } else {
+        ran = scheduler.run(now, isInterrupted);
     }
-    Scheduler::Outcome outcome = scheduler.run(now, context.surroundings.isInterrupted);
+    Scheduler::Outcome& outcome = *ran;
     if (!outcome.hasScanned) complain(context.streams, outcome.refusal->sentence);
     if (!outcome.wasCancelled && outcome.hasScanned) {
         if (outcome.receipt) outcome.report.disk = DiskInfo::current(context.session.home());

@@ -55,7 +55,11 @@ struct Scheduler::Run {
         for (CancellationFlag& flag : current) flag.cancel();
     }
 
-    Outcome perform(TimePoint now, const CancellationTest& isCancelled);
+    bool isOverdue(TimePoint now) const {
+        return preferences.scheduledScansEnabled() &&
+               Scheduler::isOverdue(preferences.lastScheduledRun(), preferences.cadence(), now);
+    }
+    std::optional<Outcome> perform(TimePoint now, const CancellationTest& isCancelled, bool onlyIfDue);
     void clean(Outcome& outcome, const CancellationTest& isCancelled) const;
 
     Preferences preferences;
@@ -78,7 +82,8 @@ void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled
     }
 }
 
-Scheduler::Outcome Scheduler::Run::perform(TimePoint now, const CancellationTest& isCancelled) {
+std::optional<Scheduler::Outcome> Scheduler::Run::perform(TimePoint now, const CancellationTest& isCancelled,
+                                                          bool onlyIfDue) {
     Outcome outcome;
     const auto held = steps.lock();
     if (!held) {
@@ -88,6 +93,7 @@ Scheduler::Outcome Scheduler::Run::perform(TimePoint now, const CancellationTest
                            outcome.wasBusy};
         return outcome;
     }
+    if (onlyIfDue && !isOverdue(now)) return std::nullopt;
     // Noted before the work: a run that brings the program down is not tried again and again.
     const auto previous = preferences.lastScheduledRun();
     if (auto noted = preferences.setLastScheduledRun(now); !noted) {
@@ -123,9 +129,7 @@ bool Scheduler::isOverdue(std::optional<TimePoint> lastRun, Cadence cadence, Tim
 }
 
 bool Scheduler::isOverdue(TimePoint now) const {
-    const Preferences& settings = run_->preferences;
-    return settings.scheduledScansEnabled() &&
-           isOverdue(settings.lastScheduledRun(), settings.cadence(), now);
+    return run_->isOverdue(now);
 }
 
 std::optional<TimePoint> Scheduler::nextRun(TimePoint now) const {
@@ -149,17 +153,27 @@ void Scheduler::start(std::function<bool()> canRun, std::function<void(const Out
              const auto run = weak.lock();
              if (!run || !canRun()) return;
              const auto flag = run->begin();
-             const Outcome outcome = run->perform(run->steps.now(), flag->checker());
+             const auto outcome = run->perform(run->steps.now(), flag->checker(), false);
              run->end(flag);
-             onFinish(outcome);
+             onFinish(*outcome);
          }});
 }
 
 Scheduler::Outcome Scheduler::run(TimePoint now, const CancellationTest& isCancelled) {
+    return *runNow(now, isCancelled, false);
+}
+
+std::optional<Scheduler::Outcome> Scheduler::runIfDue(TimePoint now, const CancellationTest& isCancelled) {
+    if (!isOverdue(now)) return std::nullopt;
+    return runNow(now, isCancelled, true);
+}
+
+std::optional<Scheduler::Outcome> Scheduler::runNow(TimePoint now, const CancellationTest& isCancelled,
+                                                    bool onlyIfDue) {
     const std::shared_ptr<Run> run = run_;
     const auto flag = run->begin();
-    Outcome outcome =
-        run->perform(now, [&isCancelled, flag] { return flag->isCancelled() || isCancelled(); });
+    auto outcome =
+        run->perform(now, [&isCancelled, flag] { return flag->isCancelled() || isCancelled(); }, onlyIfDue);
     run->end(flag);
     return outcome;
 }

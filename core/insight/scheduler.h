@@ -82,6 +82,9 @@ class Scheduler {
     // cancelled one does not count, nor one that another cleanup kept from cleaning.
     Outcome run(TimePoint now, const CancellationTest& isCancelled);
 
+    // The same, but only when one is due, also by the time at which no other process runs one; absent: it is not.
+    std::optional<Outcome> runIfDue(TimePoint now, const CancellationTest& isCancelled);
+
     // The run in progress stops as soon as it can.
     void cancelCurrentRun();
 
@@ -89,6 +92,8 @@ class Scheduler {
     static std::vector<CleanupItem> itemsToClean(const ScanReport& report);
 
   private:
+    std::optional<Outcome> runNow(TimePoint now, const CancellationTest& isCancelled, bool onlyIfDue);
+
     struct Run;  // what runs, kept alive by whoever runs it
     std::shared_ptr<Run> run_;
     std::unique_ptr<BackgroundActivity> activity_;

@@ -161,6 +161,14 @@ TEST_F(ScheduledRuns, SayWhyNothingWasCleaned) {
     EXPECT_FALSE(scheduler.run(kStart, kNever).refusal);
     EXPECT_TRUE(cleaned.empty());
 
+    ScheduledSteps late = steps();
+    late.lock = [this] {  // another process has run meanwhile
+        (void)preferences.setLastScheduledRun(kStart + 24h * 7);
+        return FileLock::tryAcquire(home.path("schedule.lock"));
+    };
+    EXPECT_FALSE(Scheduler(defaults, late).runIfDue(kStart + 24h * 7, kNever));
+    ASSERT_TRUE(preferences.setLastScheduledRun(kStart));
+
     const auto lock = FileLock::tryAcquire(home.path("schedule.lock"));
     const auto busy = scheduler.run(kStart + 1s, kNever);
     EXPECT_TRUE(busy.wasBusy && busy.refusal);
