@@ -5,7 +5,6 @@
 
 #include "cli/answer.h"
 #include "cli/item_lookup.h"
-#include "cli/suggestion.h"
 #include "cli/unreachable_view.h"
 #include "core/text/ascii.h"
 #include "core/text/byte_format.h"
@@ -21,13 +20,7 @@ using Found = std::expected<CleanupItem, SelectionError>;
 // --- what a name means ---
 
 std::unexpected<SelectionError> unknown(const std::string& subject, const std::vector<CleanupItem>& items) {
-    std::vector<std::string> known;
-    for (const CleanupItem& item : items) known.push_back(item.id);
-    std::string sentence = localized("this scan found no item %@", printable(subject));
-    const auto close = closest(subject, known);
-    sentence += close ? localized("; did you mean %@?", printable(*close))
-                      : localized("; \"brindle scan\" lists the items that are there");
-    return std::unexpected(SelectionError{ExitCode::notFound, sentence});
+    return std::unexpected(SelectionError{ExitCode::notFound, unknownItemText(subject, items)});
 }
 
 std::string idsOf(const std::vector<CleanupItem>& items) {

@@ -6,7 +6,6 @@
 #include "cli/item_lookup.h"
 #include "cli/item_page.h"
 #include "cli/page_rows.h"
-#include "cli/suggestion.h"
 #include "cli/unreachable_view.h"
 #include "core/model/model_json.h"
 #include "core/platform/file_status.h"
@@ -62,20 +61,11 @@ ScanReport found(const CommandContext& context, std::optional<ModuleID> only) {
 }
 
 Outcome interruptedOutcome(const CommandContext& context) {
-    complain(context.streams, localized("interrupted before the answer was found"));
-    return {ExitCode::interrupted, ""};
+    return refusal(context, ExitCode::interrupted, localized("interrupted before the answer was found"));
 }
 
 Outcome unknownItem(const CommandContext& context, const std::vector<CleanupItem>& items) {
-    const std::string& subject = context.options.subject;
-    std::vector<std::string> known;
-    for (const CleanupItem& item : items) known.push_back(item.id);
-    std::string sentence = localized("this scan found no item %@", printable(subject));
-    const auto close = closest(subject, known);
-    sentence += close ? localized("; did you mean %@?", printable(*close))
-                      : localized("; \"brindle scan\" lists the items that are there");
-    complain(context.streams, sentence);
-    return {ExitCode::notFound, ""};
+    return refusal(context, ExitCode::notFound, unknownItemText(context.options.subject, items));
 }
 
 std::string insideText(const CommandContext& context, const std::string& path,

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "cli/suggestion.h"
 #include "core/platform/machine.h"
+#include "core/text/core_strings.h"
+#include "core/text/printable.h"
 
 namespace brindle {
 
@@ -51,6 +54,16 @@ std::optional<ModuleID> moduleNamedBy(const std::string& subject) {
     const std::size_t dot = subject.find('.');
     if (dot == std::string::npos || dot + 1 == subject.size()) return std::nullopt;
     return moduleIDFrom(subject.substr(0, dot));
+}
+
+std::string unknownItemText(const std::string& subject, const std::vector<CleanupItem>& items) {
+    std::vector<std::string> known;
+    for (const CleanupItem& item : items) known.push_back(item.id);
+    std::string sentence = localized("this scan found no item %@", printable(subject));
+    const auto close = closest(subject, known);
+    sentence += close ? localized("; did you mean %@?", printable(*close))
+                      : localized("; \"brindle scan\" lists the items that are there");
+    return sentence;
 }
 
 bool looksLikePath(const std::string& subject) {

@@ -13,6 +13,9 @@ namespace brindle {
 // The module whose items have names that begin like this; absent for what can only be a path, or a part of a name.
 std::optional<ModuleID> moduleNamedBy(const std::string& subject);
 
+// What is said of a name that is no item's, with the one that may have been meant.
+std::string unknownItemText(const std::string& subject, const std::vector<CleanupItem>& items);
+
 bool looksLikePath(const std::string& subject);
 
 // A typed path as an absolute one: "~" is the home, other relative ones lie in the working folder; links are

@@ -119,6 +119,10 @@ CLI::App& OptionSet::command(std::string_view name, std::string_view description
     return *made;
 }
 
+void OptionSet::addLeastSize(CLI::App& command, const std::string& description) {
+    command.add_option("--min-size", typed_.leastSize, description)->type_name("SIZE");
+}
+
 void OptionSet::limitTo(const CLI::Option* option, std::vector<std::string> texts, bool isStrict) {
     choices_.insert_or_assign(option, Choices{std::move(texts), isStrict});
 }
@@ -152,9 +156,7 @@ void OptionSet::defineScan() {
     addFlag(scan, "--safe", typed_.safe, "show items that are safe to remove");
     addFlag(scan, "--review", typed_.review, "show items that want a look first");
     addFlag(scan, "--protected", typed_.protected_, "show items that are never removed");
-    scan.add_option("--min-size", typed_.leastSize,
-                    "show items of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units")
-        ->type_name("SIZE");
+    addLeastSize(scan, "show items of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units");
     addFlag(scan, "--timings", typed_.timings, "say on standard error how long each step took");
 }
 
@@ -195,10 +197,7 @@ void OptionSet::defineClean() {
         .add_option("--older-than", typed_.leastAge,
                     "take items in which nothing was written for AGE or longer: 30d, 8w")
         ->type_name("AGE");
-    clean
-        .add_option("--min-size", typed_.leastSize,
-                    "take items of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units")
-        ->type_name("SIZE");
+    addLeastSize(clean, "take items of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units");
     addFlag(clean, "--include-review", typed_.includeReview,
             "take items to review, too, without their being named");
     addFlag(clean, "--dry-run", typed_.dryRun, "rehearse: everything but the removal itself");

@@ -71,6 +71,7 @@ class OptionSet {
     };
 
     CLI::App& command(std::string_view name, std::string_view description, std::vector<Example> examples);
+    void addLeastSize(CLI::App& command, const std::string& description);
     // `isStrict`: anything else is a usage error; otherwise the choices are only offered.
     void limitTo(const CLI::Option* option, std::vector<std::string> texts, bool isStrict = true);
     void defineGlobals();

@@ -14,10 +14,7 @@ void OptionSet::defineDuplicates() {
     duplicates.add_option("folder", typed_.subject, "a folder on your home volume")
         ->type_name("DIR")
         ->required();
-    duplicates
-        .add_option("--min-size", typed_.leastSize,
-                    "look at files of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units")
-        ->type_name("SIZE");
+    addLeastSize(duplicates, "look at files of SIZE or more: 100MB, 1.5GB, 500KB or bytes; decimal units");
     addFlag(duplicates, "--trash", typed_.trashes,
             "move copies of .ipa, .apk, .aab and .whl exports to the Trash; needs --keep");
     duplicates

@@ -10,6 +10,7 @@
 #include <cerrno>
 
 #include "core/platform/posix/descriptor.h"
+#include "core/platform/posix/same_device.h"
 
 namespace brindle {
 
@@ -18,19 +19,10 @@ namespace {
 // Kernels before 5.6 do not know the call; the filters of some containers refuse it (EPERM).
 std::atomic<bool> isUnknown = false;
 
-int openWithinDevice(OpenFolder& folder, const OpenFolder& parent, const char* name) {
-    FileStatus above;
-    FileStatus own;
-    if (const int failure = parent.status(above); failure != 0) return failure;
-    if (const int failure = folder.openAt(parent, name); failure != 0) return failure;
-    if (const int failure = folder.status(own); failure != 0) return failure;
-    return own.device == above.device ? 0 : EXDEV;
-}
-
 }  // namespace
 
 int openOnSameMount(OpenFolder& folder, const OpenFolder& parent, const char* name) {
-    if (isUnknown.load(std::memory_order_relaxed)) return openWithinDevice(folder, parent, name);
+    if (isUnknown.load(std::memory_order_relaxed)) return openOnSameDevice(folder, parent, name);
     open_how how{};
     how.flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
@@ -42,7 +34,7 @@ int openOnSameMount(OpenFolder& folder, const OpenFolder& parent, const char* na
     }
     if (errno != ENOSYS && errno != EPERM) return errno;
     if (errno == ENOSYS) isUnknown.store(true, std::memory_order_relaxed);
-    return openWithinDevice(folder, parent, name);
+    return openOnSameDevice(folder, parent, name);
 }
 
 }  // namespace brindle

@@ -1,17 +1,12 @@
 // Every mount has a device number of its own here.
 #include "core/platform/folder_removal.h"
 
-#include <cerrno>
+#include "core/platform/posix/same_device.h"
 
 namespace brindle {
 
 int openOnSameMount(OpenFolder& folder, const OpenFolder& parent, const char* name) {
-    FileStatus above;
-    FileStatus own;
-    if (const int failure = parent.status(above); failure != 0) return failure;
-    if (const int failure = folder.openAt(parent, name); failure != 0) return failure;
-    if (const int failure = folder.status(own); failure != 0) return failure;
-    return own.device == above.device ? 0 : EXDEV;
+    return openOnSameDevice(folder, parent, name);
 }
 
 }  // namespace brindle
