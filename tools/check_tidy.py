@@ -3,11 +3,11 @@
 
 Usage: check_tidy.py ROOT BUILD
 
-BUILD holds compile_commands.json. Most of clang-tidy's time goes into the headers of libraries, so files that are
-compiled alike are read a dozen at a time, by way of a file that includes them: BUILD/tidy/UnifiedSource-N.cpp, a name by
-which the analyzer knows what is included for a body and not for a header. A batch that passed is not looked at again
-until a file of it, a file that it includes, its compile command or the rules change: BUILD/tidy holds an empty file for
-each state that was found clean.
+BUILD holds compile_commands.json. Most of clang-tidy's time goes into the headers of libraries, so the files of a
+room that are compiled alike are read a dozen at a time, by way of a file that includes them. By the name of that file,
+BUILD/tidy/UnifiedSource-N.cpp, the analyzer knows what it includes for bodies and not for headers. A batch that passed is
+not looked at again until a file of it, a file that it includes, its compile command or the rules change: BUILD/tidy holds
+an empty file for each state that was found clean.
 """
 
 import concurrent.futures
@@ -48,10 +48,12 @@ def flags(entry):
 
 def batches(root, build):
     """Pairs of flags and the name of a file to read."""
-    work = sorted(entries(root, build), key=lambda entry: (flags(entry), entry["file"]))
+    def kind(entry):
+        return pathlib.Path(entry["file"]).relative_to(root).parent.parts[:2], flags(entry)
+
     number = itertools.count()
-    for chosen, alike in itertools.groupby(work, flags):
-        files = [entry["file"] for entry in alike]
+    for (_, chosen), alike in itertools.groupby(sorted(entries(root, build), key=kind), kind):
+        files = sorted(entry["file"] for entry in alike)
         for start in range(0, len(files), BATCH):
             batch = files[start : start + BATCH]
             if batch[0].endswith(".mm"):  # another language

@@ -18,10 +18,15 @@ template <typename Work>
 void runOnWorkers(std::size_t pieces, const Work& work) {
     std::vector<std::jthread> threads;
     const std::size_t wanted = std::min(pieces, kMostWorkers);
-    try {
-        while (threads.size() + 1 < wanted) threads.emplace_back(work);
-    } catch (const std::system_error&) {
-    }
+    const auto isStarted = [&] {
+        try {
+            threads.emplace_back(work);
+            return true;
+        } catch (const std::system_error&) {
+            return false;
+        }
+    };
+    while (threads.size() + 1 < wanted && isStarted()) continue;
     work();
 }
 
