@@ -7,6 +7,7 @@
 
 #include "core/session/session.h"
 #include "core/text/core_strings.h"
+#include "tests/support/mounted.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -191,6 +192,23 @@ TEST_F(SessionDuplicates, TakesNothingForACopyThatDoesNotLast) {
     EXPECT_FALSE(trashed({at("d.ipa"), home.path(".pyenv/w.ipa")})) << "only the fleeting one would stay";
     EXPECT_TRUE(trashed({at("d.ipa")}));
     EXPECT_FALSE(session().findDuplicates({.root = home.path("data/share/Trash/files")}));
+}
+
+TEST_F(SessionDuplicates, TakesAFileThatLiesAtTwoPlacesForOneCopy) {
+    FoundDuplicates duplicates = found();
+    DuplicateGroup group = duplicates.report.groups.front();
+    ASSERT_EQ(group.files.front().path, at("a.ipa"));
+    group.files = {2, group.files.front()};
+    group.files.back().path = home.path("Bound/a.ipa");
+    duplicates.report.groups = {group};
+    home.folder("Bound");
+    const bool isMounted = test::isRunWithMount(at(""), home.path("Bound"), [&] {
+        const auto outcome = trash(duplicates, {"a.ipa"});
+        ASSERT_TRUE(outcome) << outcome.error().sentence;
+        EXPECT_EQ(outcome->receipt.entries.at(0).method, RemovalMethod::refused);
+    });
+    if (!isMounted) GTEST_SKIP() << test::kNeedsMounts;
+    EXPECT_EQ(left(), all);
 }
 
 TEST_F(SessionDuplicates, RefusesWhatChangesWhileTheOtherIsRead) {
