@@ -19,11 +19,10 @@ Scheduler Session::scheduler() const {
          .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
                          const CancellationTest& isCancelled) -> std::expected<Receipt, ScheduledRefusal> {
              auto outcome = clean({.items = items, .report = report, .isCancelled = isCancelled});
-             using Kind = CleanRefusal::Kind;
              if (!outcome) {
                  const auto& [kind, sentence] = outcome.error();
-                 return std::unexpected(
-                     ScheduledRefusal{sentence, kind == Kind::busy, kind == Kind::historyUnreadable});
+                 return std::unexpected(ScheduledRefusal{sentence, kind == CleanRefusal::Kind::busy,
+                                                         kind == CleanRefusal::Kind::historyUnreadable});
              }
              return std::move(outcome->receipt);
          },
