@@ -11,6 +11,7 @@
 #include "core/removal/cleanup_journal.h"
 #include "core/removal/history_store.h"
 #include "tests/cli/collected_run.h"
+#include "tests/support/sample_item.h"
 
 namespace brindle::test {
 
@@ -21,14 +22,25 @@ using nlohmann::json;
 constexpr const char* kPip = "Library/Caches/pip";
 constexpr const char* kHub = ".cache/huggingface/hub";
 
-// Safe, to review, protected; none of them needs a tool that may not be there.
-void furnish(TestHome& home) {
-    home.file(std::string(kPip) + "/wheel", 300'000);
-    home.modified(std::string(kPip) + "/wheel", 1'000'000'000);
-    home.file(".cargo/registry/index", 50'000);
-    home.file(std::string(kHub) + "/model", 900'000);
-    home.file(".claude/projects/session", 70'000);
-}
+// A home with what is safe, to review and protected; none of it needs a tool that may not be there.
+class CleanCommand : public testing::Test {
+  protected:
+    CleanCommand() {
+        home.file(std::string(kPip) + "/wheel", 300'000);
+        home.modified(std::string(kPip) + "/wheel", 1'000'000'000);
+        home.file(".cargo/registry/index", 50'000);
+        home.file(std::string(kHub) + "/model", 900'000);
+        home.file(".claude/projects/session", 70'000);
+    }
+    bool isUntouched() const {
+        return exists(home.path(std::string(kPip) + "/wheel")) &&
+               exists(home.path(".cargo/registry/index")) &&
+               exists(home.path(std::string(kHub) + "/model")) &&
+               exists(home.path(".claude/projects/session"));
+    }
+    TestHome home;
+};
+using CleanExplainCommand = CleanCommand;
 
 CollectedRun answering(const TestHome& home, std::vector<std::string> arguments,
                        std::deque<std::string> answers) {
@@ -42,42 +54,24 @@ CollectedRun cleanIn(const TestHome& home, std::vector<std::string> arguments,
     return runIn(home, std::move(arguments), settings);
 }
 
-bool isUntouched(const TestHome& home) {
-    return exists(home.path(std::string(kPip) + "/wheel")) && exists(home.path(".cargo/registry/index")) &&
-           exists(home.path(std::string(kHub) + "/model")) && exists(home.path(".claude/projects/session"));
-}
-
-CleanupItem itemWith(const DirectoryMeasurement& measurement) {
-    CleanupItemFields fields;
-    fields.id = fields.title = "docker.images";
-    fields.moduleID = ModuleID::docker;
-    fields.measurement = measurement;
-    fields.classification = Classification::safe;
-    return CleanupItem(std::move(fields));
-}
-
 using Ids = std::vector<std::string>;
 
 }  // namespace
 
-TEST(CleanCommand, TakesWhatIsChosenAndNothingElse) {
-    TestHome home;
-    furnish(home);
-    const std::tuple<std::vector<std::string>, Ids> cases[] = {
-        {{"--safe"}, {"python.pip", "rust.cargoRegistry"}},
-        {{"--older-than", "30d"}, {"python.pip"}},
-        {{"--older-than", "4w", "--min-size", "1GB"}, {}},
-        {{"--module", "tools", "--include-review"}, {"tools.hf"}},
-        {{"--include-review", "--min-size", "100KB"}, {"python.pip", "tools.hf"}},
-        {{"tools.hf", "rust.cargoRegistry", "tools.hf"}, {"rust.cargoRegistry", "tools.hf"}},
-        {{"cargoReg"}, {"rust.cargoRegistry"}},
-        {{"~/.cache/huggingface/hub"}, {"tools.hf"}},
-        {{"./Library/Caches/pip/"}, {"python.pip"}},
+TEST_F(CleanCommand, TakesWhatIsChosenAndNothingElse) {
+    const std::tuple<std::string, Ids> cases[] = {
+        {"--safe", {"python.pip", "rust.cargoRegistry"}},
+        {"--older-than 30d", {"python.pip"}},
+        {"--older-than 4w --min-size 1GB", {}},
+        {"--module tools --include-review", {"tools.hf"}},
+        {"--include-review --min-size 100KB", {"python.pip", "tools.hf"}},
+        {"tools.hf rust.cargoRegistry tools.hf", {"rust.cargoRegistry", "tools.hf"}},
+        {"cargoReg", {"rust.cargoRegistry"}},
+        {"~/.cache/huggingface/hub", {"tools.hf"}},
+        {"./Library/Caches/pip/", {"python.pip"}},
     };
-    for (const auto& [arguments, expected] : cases) {
-        std::vector<std::string> all = arguments;
-        all.insert(all.end(), {"--dry-run", "--json"});
-        const CollectedRun run = cleanIn(home, all);
+    for (const auto& [line, expected] : cases) {
+        const CollectedRun run = cleanIn(home, wordsOf(line + " --dry-run --json"));
         EXPECT_EQ(run.code, expected.empty() ? ExitCode::kNothingToDo : ExitCode::success) << run.messages;
         Ids ids;
         if (!expected.empty()) {
@@ -85,56 +79,51 @@ TEST(CleanCommand, TakesWhatIsChosenAndNothingElse) {
             for (const json& entry : document["entries"]) ids.push_back(entry["itemID"]);
         }
         std::ranges::sort(ids);
-        EXPECT_EQ(ids, expected) << arguments.front();
+        EXPECT_EQ(ids, expected) << line;
     }
-    EXPECT_TRUE(isUntouched(home));
+    EXPECT_TRUE(isUntouched());
 }
 
-TEST(CleanCommand, RefusesWhatIsUnclearUnsafeOrUnasked) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanCommand, RefusesWhatIsUnclearUnsafeOrUnasked) {
     home.text("notes.txt", "mine");
     home.text("plan.json", "{\"version\": 1");
-    const std::tuple<std::vector<std::string>, ExitCode, std::string> cases[] = {
-        {{}, ExitCode::usage, "say what to clean"},
-        {{"ai.claudeCodeSessions", "--yes"}, ExitCode::kSomeFailed, "classified protected: "},
-        {{"tools.hf", "--safe", "--yes"}, ExitCode::kSomeFailed, "it is judged \"review\""},
-        {{"python.pip", "--min-size", "1TB", "--yes"}, ExitCode::kSomeFailed, "smaller than 1.0 TB"},
-        {{"rust.cargoRegistry", "--older-than", "9d", "--yes"},
-         ExitCode::kSomeFailed,
-         "less than 9 days ago"},
-        {{"--module", "tools", "--yes"}, ExitCode::kNothingToDo, "1 item to review is left out."},
-        {{"--module", "go", "--yes"}, ExitCode::kNothingToDo, "there is nothing to clean"},
-        {{"--safe"}, ExitCode::failed, "no terminal on which to ask first"},
-        {{"python.pup", "--yes"}, ExitCode::notFound, "did you mean python.pip?"},
-        {{"cargoReg", "--yes"}, ExitCode::usage, "--yes takes only whole names"},
-        {{"o", "--yes"}, ExitCode::notFound, "this scan found no item o"},
-        {{".cache", "--yes"}, ExitCode::usage, "~/.cache is no item itself; it holds tools.hf"},
-        {{".cache/huggingface/hub/model", "--yes"}, ExitCode::usage, "a part of the item tools.hf"},
-        {{"--safe", "--include-review"}, ExitCode::usage, "contradict each other"},
-        {{"--older-than", "-3d"}, ExitCode::usage, "-3d"},
-        {{"--json", "--safe"}, ExitCode::usage, "it needs --yes or --dry-run"},
-        {{"--plan", "plan.json", "--safe"}, ExitCode::usage, "the plan says what to clean"},
-        {{"--plan", "nowhere.json", "--yes"}, ExitCode::failed, "could not read the plan"},
-        {{"--plan", "plan.json", "--yes"}, ExitCode::failed, "not JSON"},
-        {{"--safe", "--dry-run", "--plan", "notes.txt"}, ExitCode::failed, "what lies there is no plan"},
+    using enum ExitCode;
+    const std::tuple<const char*, ExitCode, std::string> cases[] = {
+        {"", usage, "say what to clean"},
+        {"ai.claudeCodeSessions --yes", kSomeFailed, "classified protected: "},
+        {"tools.hf --safe --yes", kSomeFailed, "it is judged \"review\""},
+        {"python.pip --min-size 1TB --yes", kSomeFailed, "smaller than 1.0 TB"},
+        {"rust.cargoRegistry --older-than 9d --yes", kSomeFailed, "less than 9 days ago"},
+        {"--module tools --yes", kNothingToDo, "1 item to review is left out."},
+        {"--module go --yes", kNothingToDo, "there is nothing to clean"},
+        {"--safe", failed, "no terminal on which to ask first"},
+        {"python.pup --yes", notFound, "did you mean python.pip?"},
+        {"cargoReg --yes", usage, "--yes takes only whole names"},
+        {"o --yes", notFound, "this scan found no item o"},
+        {".cache --yes", usage, "~/.cache is no item itself; it holds tools.hf"},
+        {".cache/huggingface/hub/model --yes", usage, "a part of the item tools.hf"},
+        {"--safe --include-review", usage, "contradict each other"},
+        {"--older-than -3d", usage, "-3d"},
+        {"--json --safe", usage, "it needs --yes or --dry-run"},
+        {"--plan plan.json --safe", usage, "the plan says what to clean"},
+        {"--plan nowhere.json --yes", failed, "could not read the plan"},
+        {"--plan plan.json --yes", failed, "not JSON"},
+        {"--safe --dry-run --plan notes.txt", failed, "what lies there is no plan"},
     };
-    for (const auto& [arguments, code, said] : cases) {
-        const CollectedRun run = cleanIn(home, arguments);
+    for (const auto& [line, code, said] : cases) {
+        const CollectedRun run = cleanIn(home, wordsOf(line));
         EXPECT_EQ(run.code, code) << said << " in\n" << run.messages;
         expectAll({said}, run.result + run.messages);
     }
-    EXPECT_TRUE(isUntouched(home));
+    EXPECT_TRUE(isUntouched());
     EXPECT_EQ(readFile(home.path("notes.txt")), "mine");
 }
 
-TEST(CleanCommand, ShowsAsksAndTellsWhatCameOfIt) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanCommand, ShowsAsksAndTellsWhatCameOfIt) {
     const std::vector<std::string> both = {"python.pip", "tools.hf"};
     for (const std::string no : {"", "n", "yeah", "1"})
         EXPECT_EQ(answering(home, both, {no}).result, "Nothing was removed.\n");
-    EXPECT_TRUE(isUntouched(home));
+    EXPECT_TRUE(isUntouched());
     const CollectedRun run = answering(home, both, {"Yes"});
     EXPECT_EQ(run.code, ExitCode::success) << run.result;
     expectAll({"deleted outright:", "      " + home.path(kPip) + "\n",
@@ -150,9 +139,7 @@ TEST(CleanCommand, ShowsAsksAndTellsWhatCameOfIt) {
     EXPECT_TRUE(exists(history->front().entries.back().trashedPaths.value().front() + "/model"));
 }
 
-TEST(CleanCommand, LetsOnePickByNumber) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanCommand, LetsOnePickByNumber) {
     const CollectedRun none = answering(home, {}, {"9", "all", "0-1"});
     EXPECT_EQ(none.code, ExitCode::kNothingToDo);
     expectAll(
@@ -161,7 +148,7 @@ TEST(CleanCommand, LetsOnePickByNumber) {
     EXPECT_FALSE(contains(none.messages, "claudeCode"));
     EXPECT_EQ(answering(home, {}, {}).code, ExitCode::usage) << "nobody is there";
     EXPECT_EQ(answering(home, {}, {"1-2", "no"}).code, ExitCode::success);
-    EXPECT_TRUE(isUntouched(home));
+    EXPECT_TRUE(isUntouched());
     EXPECT_EQ(answering(home, {}, {"all safe", "y"}).code, ExitCode::success);
     EXPECT_FALSE(exists(home.path(kPip)) || exists(home.path(".cargo/registry")));
     EXPECT_TRUE(exists(home.path(kHub)));
@@ -169,7 +156,7 @@ TEST(CleanCommand, LetsOnePickByNumber) {
     EXPECT_FALSE(exists(home.path(kHub)));
 }
 
-TEST(CleanCommand, UnderstandsNumbersAndRanges) {
+TEST_F(CleanCommand, UnderstandsNumbersAndRanges) {
     using List = std::vector<std::size_t>;
     const std::pair<std::string, std::optional<List>> cases[] = {
         {"1 3-5", List{1, 3, 4, 5}}, {" 5-5 , 1,1", List{1, 5}}, {"", List{}},
@@ -180,12 +167,10 @@ TEST(CleanCommand, UnderstandsNumbersAndRanges) {
         EXPECT_EQ(numbersIn(no, 5), std::nullopt) << no;
 }
 
-TEST(CleanCommand, StopsWhereItIsToldTo) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanCommand, StopsWhereItIsToldTo) {
     const RunSettings atOnce{.isInterrupted = [] { return true; }};
     EXPECT_EQ(cleanIn(home, {"--safe", "--yes"}, atOnce).code, ExitCode::interrupted);
-    EXPECT_TRUE(isUntouched(home));
+    EXPECT_TRUE(isUntouched());
     const RunSettings afterTheFirst{.isInterrupted = [&] { return !exists(home.path(kPip)); }};
     const CollectedRun run = cleanIn(home, {"python.pip", "tools.hf", "--yes"}, afterTheFirst);
     EXPECT_EQ(run.code, ExitCode::interrupted);
@@ -195,9 +180,7 @@ TEST(CleanCommand, StopsWhereItIsToldTo) {
     EXPECT_TRUE(exists(home.path(kHub)));
 }
 
-TEST(CleanCommand, StartsOnlyWhenItCanBeRecordedAndIsAlone) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanCommand, StartsOnlyWhenItCanBeRecordedAndIsAlone) {
     const std::string directory = HistoryStore::ofHome(home.path()).directory();
     {
         const auto lock = FileLock::acquire(directory + "/cleanup.lock");
@@ -205,7 +188,7 @@ TEST(CleanCommand, StartsOnlyWhenItCanBeRecordedAndIsAlone) {
     }
     ASSERT_TRUE(CleanupJournal::begin(directory, {.id = *Uuid::fresh(),
                                                   .performedAt = std::chrono::system_clock::now(),
-                                                  .items = {plannedItem(itemWith({}))}}));
+                                                  .items = {plannedItem(itemOf("docker.images", {}))}}));
     EXPECT_TRUE(contains(runIn(home, {"modules"}).messages, "an earlier cleanup was interrupted"));
     EXPECT_EQ(runIn(home, {"modules"}).messages, "") << "told once";
     ASSERT_TRUE(writeFileAtomically(journalPath(directory), "broken\n"));
@@ -216,12 +199,10 @@ TEST(CleanCommand, StartsOnlyWhenItCanBeRecordedAndIsAlone) {
     EXPECT_EQ(cleanIn(home, {"--safe", "--dry-run"}).code, ExitCode::kHistoryUnreadable);
     home.text(".config/brindle/preferences.json", "{ broken");
     EXPECT_EQ(cleanIn(home, {"--safe", "--yes"}).code, ExitCode::failed);
-    EXPECT_TRUE(isUntouched(home));
+    EXPECT_TRUE(isUntouched());
 }
 
-TEST(CleanCommand, DoesExactlyWhatAPlanSays) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanCommand, DoesExactlyWhatAPlanSays) {
     const std::vector<std::string> writing = {"--include-review", "--dry-run", "--plan", "plan.json"};
     expectAll({home.path(kPip), "would be deleted", "would go to the Trash", "3 items would go, 0 refused"},
               cleanIn(home, writing).result);
@@ -245,7 +226,8 @@ TEST(CleanCommand, DoesExactlyWhatAPlanSays) {
 }
 
 TEST(CleanPage, SaysWhyTheVolumeGainedSomethingElse) {
-    const CleanupItem item = itemWith({.allocatedBytes = 2'000'000'000, .hardLinkedBytes = 5});
+    CleanupItem item = itemOf("docker.images", {}, Classification::safe, 2'000'000'000);
+    item.measurement.hardLinkedBytes = 5;
     const std::tuple<std::uint64_t, std::string, std::string> cases[] = {
         {2'999'000'000, "The volume gained 2.0 GB", ""},
         {1'500'000'000, "The volume gained 500.0 MB",
@@ -266,9 +248,7 @@ TEST(CleanPage, SaysWhyTheVolumeGainedSomethingElse) {
     }
 }
 
-TEST(ExplainCommand, TellsWhatTheSafetyGuardWouldSay) {
-    TestHome home;
-    furnish(home);
+TEST_F(CleanExplainCommand, TellsWhatTheSafetyGuardWouldSay) {
     home.file(".ssh/id", 10);
     home.file(".cache/unknown/x", 10);
     home.file(std::string(kPip) + "/.env", 10);

@@ -6,11 +6,11 @@
 #include <deque>
 #include <mutex>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/command_line.h"
+#include "cli/palette.h"
 #include "tests/support/test_home.h"
 
 namespace brindle::test {
@@ -76,6 +76,12 @@ inline CollectedRun runIn(const TestHome& home, std::vector<std::string> argumen
     return {code, streams.result, streams.messages};
 }
 
+inline Look lookOf(unsigned columns) {
+    Look look;
+    look.width = columns;
+    return look;
+}
+
 inline bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
@@ -86,9 +92,8 @@ inline void expectAll(const std::vector<std::string>& parts, const std::string& 
 
 // Every line break and run of blanks is one blank.
 inline std::string unwrapped(const std::string& text) {
-    std::istringstream stream(text);
     std::string plain;
-    for (std::string word; stream >> word;) plain += (plain.empty() ? "" : " ") + word;
+    for (const std::string& word : wordsOf(text)) plain += (plain.empty() ? "" : " ") + word;
     return plain;
 }
 

@@ -60,48 +60,24 @@ TEST_F(DuplicatesCommand, ShowsGroupsMostWastedFirstAndWhatWasPassedOver) {
 }
 
 TEST_F(DuplicatesCommand, MovesAllButTheCopyThatIsToStay) {
-    struct Case {
-        std::vector<std::string> arguments;
-        RunSettings settings;
-        ExitCode code;
-        std::set<std::string> left;
-        const char* says;
-    };
+    const RunSettings nobody, yes{.terminal = 80, .answers = {"y"}}, no{.terminal = 80, .answers = {"n"}};
+    const RunSettings cancelled{.isInterrupted = [] { return true; }};
     const std::set<std::string> all = {"a.apk", "b.apk", "c.apk"};
-    for (const auto& [arguments, settings, code, expected, says] : std::vector<Case>{
-             {{"--keep", "newest"}, {}, ExitCode::usage, all, "--keep and --yes go with --trash"},
-             {{"--trash"}, {}, ExitCode::usage, all, "needs to be told what stays"},
-             {{"--trash", "--keep", "newest", "--json"}, {}, ExitCode::usage, all, "--json needs --yes"},
-             {{"--trash", "--keep", "newest"}, {}, ExitCode::failed, all, "no terminal on which to ask"},
-             {{"--trash", "--keep", "newest"},
-              {.terminal = 80, .answers = {"n"}},
-              ExitCode::success,
-              all,
-              "one copy always stays"},
-             {{"--trash", "--keep", "elsewhere"},
-              {},
-              ExitCode::kNothingToDo,
-              all,
-              "no copy that may be moved"},
-             {{"--trash", "--keep", "newest", "--yes"},
-              {.isInterrupted = [] { return true; }},
-              ExitCode::interrupted,
-              all,
-              " · cancelled; partial results"},
-             {{"--trash", "--keep", "exports/deep"},
-              {.terminal = 80, .answers = {"y"}},
-              ExitCode::success,
-              {"b.apk"},
-              "2 copies moved to Trash; 0 refused or failed. Recorded in History."},
-             {{"--trash", "--keep", "newest", "--yes"}, {}, ExitCode::success, {"c.apk"}, "2 copies moved"},
-             {{"--trash", "--keep", "oldest", "--yes", "--json"},
-              {},
-              ExitCode::success,
-              {"a.apk"},
-              "\"trashed\""}}) {
-        std::vector<std::string> words = {"duplicates", "exports"};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        const auto run = runIn(home, words, settings);
+    using enum ExitCode;
+    const std::tuple<const char*, RunSettings, ExitCode, std::set<std::string>, const char*> cases[] = {
+        {"--keep newest", nobody, usage, all, "--keep and --yes go with --trash"},
+        {"--trash", nobody, usage, all, "needs to be told what stays"},
+        {"--trash --keep newest --json", nobody, usage, all, "--json needs --yes"},
+        {"--trash --keep newest", nobody, failed, all, "no terminal on which to ask"},
+        {"--trash --keep newest", no, success, all, "one copy always stays"},
+        {"--trash --keep elsewhere", nobody, kNothingToDo, all, "no copy that may be moved"},
+        {"--trash --keep newest --yes", cancelled, interrupted, all, " · cancelled; partial results"},
+        {"--trash --keep exports/deep", yes, success, {"b.apk"}, "2 copies moved to Trash; 0 refused"},
+        {"--trash --keep newest --yes", nobody, success, {"c.apk"}, "2 copies moved"},
+        {"--trash --keep oldest --yes --json", nobody, success, {"a.apk"}, "\"trashed\""},
+    };
+    for (const auto& [arguments, settings, code, expected, says] : cases) {
+        const auto run = runIn(home, test::wordsOf("duplicates exports " + std::string(arguments)), settings);
         EXPECT_EQ(run.code, code) << says;
         EXPECT_EQ(left(), expected) << says;
         EXPECT_TRUE(contains(unwrapped(run.messages) + run.result, says) ||

@@ -2,21 +2,17 @@
 #ifdef __linux__
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "cli/receipt_lookup.h"
 #include "core/model/model_json.h"
 #include "core/platform/files.h"
-#include "core/platform/path_text.h"
-#include "core/platform/trash.h"
 #include "core/removal/history_store.h"
 #include "core/text/core_strings.h"
 #include "tests/cli/collected_run.h"
+#include "tests/support/trashing.h"
 
 namespace brindle {
 namespace {
 
-namespace fs = std::filesystem;
 using test::contains;
 using test::expectAll;
 using test::runIn;
@@ -53,23 +49,12 @@ class HistoryCommands : public testing::Test {
         }
         receipt.entries[0].pathFailures = {"~/x: busy"};
         receipt.entries[0].regeneratedBy = Regeneration{Regeneration::Kind::command, "cargo build"};
-        trash(receipt.entries[1]);
+        test::trashInto(receipt.entries[1], Trash(home.path()), {path});
         ASSERT_TRUE(store.append(receipt));
         Receipt rehearsal = receiptNumbered(0xAB, 0xCE);
         rehearsal.wasDryRun = true;
         rehearsal.entries = {receipt.entries[0]};
         ASSERT_TRUE(store.append(rehearsal));
-    }
-
-    void trash(ReceiptEntry& entry) {
-        const FileStatus status = *statusOf(path);
-        OpenFolder parent;
-        ASSERT_EQ(parent.openWithoutLinks(folderOf(path)), 0);
-        const auto put = Trash(home.path()).put(parent, {std::string(lastComponent(path)), path, status, {}});
-        ASSERT_TRUE(put) << put.error().describe();
-        entry.paths = {path};
-        entry.trashedPaths = {put->path};
-        entry.trashedObjects = {{path, put->path, status.device, status.inode, status.mode}};
     }
 
     std::string trashed() const { return store.load().at(1).entries.at(1).trashedPaths->at(0); }
@@ -99,35 +84,26 @@ TEST_F(HistoryCommands, ListAndPageTellWhatWentAndHowItComesBack) {
 }
 
 TEST_F(HistoryCommands, EndAsTheirCodeSays) {
-    struct Case {
-        Texts arguments;
-        std::deque<std::string> answers;
-        ExitCode code;
-        std::string said;
-        bool isBack = false;
+    using enum ExitCode;
+    const std::tuple<const char*, std::deque<std::string>, ExitCode, const char*, bool> cases[] = {
+        {"history 3", {}, notFound, "there is no cleanup 3", false},
+        {"restore 2 no\x1b", {}, notFound, "no entry no\\x1B", false},
+        {"restore 1", {}, kNothingToDo, "Nothing of it lies in the Trash.", false},
+        {"restore 2 --json", {}, usage, "needs --yes or --dry-run", false},
+        {"restore 2 --dry-run", {}, success, "would be put back", false},
+        {"restore 2", {}, failed, "no terminal on which to ask", false},
+        {"restore 2", {"n"}, success, "Nothing was put back.", false},
+        {"restore 2 --as Library --yes", {}, kSomeFailed, "restore ABCD0000 2 --as PATH", false},
+        {"restore 2 tools.odd 2", {"y"}, success, "Put it back? [y/N] ", true},
+        {"restore abcd --yes", {}, kNothingToDo, "", true},
     };
-    const Case cases[] = {
-        {{"history", "3"}, {}, ExitCode::notFound, "there is no cleanup 3"},
-        {{"restore", "2", "no\x1b"}, {}, ExitCode::notFound, "no entry no\\x1B"},
-        {{"restore", "1"}, {}, ExitCode::kNothingToDo, "Nothing of it lies in the Trash."},
-        {{"restore", "2", "--json"}, {}, ExitCode::usage, "needs --yes or --dry-run"},
-        {{"restore", "2", "--dry-run"}, {}, ExitCode::success, "would be put back"},
-        {{"restore", "2"}, {}, ExitCode::failed, "no terminal on which to ask"},
-        {{"restore", "2"}, {"n"}, ExitCode::success, "Nothing was put back."},
-        {{"restore", "2", "--as", "Library", "--yes"},
-         {},
-         ExitCode::kSomeFailed,
-         "restore ABCD0000 2 --as PATH"},
-        {{"restore", "2", "tools.odd", "2"}, {"y"}, ExitCode::success, "Put it back? [y/N] ", true},
-        {{"restore", "abcd", "--yes"}, {}, ExitCode::kNothingToDo, "", true},
-    };
-    for (const Case& each : cases) {
-        const auto run = runIn(home, each.arguments, {.answers = each.answers});
+    for (const auto& [line, answers, code, expected, isBack] : cases) {
+        const auto run = runIn(home, test::wordsOf(line), {.answers = answers});
         const std::string said = run.messages + run.result;
-        EXPECT_EQ(run.code, each.code) << said;
-        expectAll({each.said}, said);
+        EXPECT_EQ(run.code, code) << said;
+        expectAll({expected}, said);
         EXPECT_FALSE(contains(said, "\x1b"));
-        EXPECT_EQ(readFile(path).has_value(), each.isBack) << said;
+        EXPECT_EQ(readFile(path).has_value(), isBack) << said;
     }
     expectAll({"Since then Put back on 20"}, unwrapped(runIn(home, {"history", "2"}).result));
 }

@@ -1,23 +1,18 @@
 // What is understood of a settings file is text, and where an image lies never leads out of its folder.
-#include <cstdint>
-#include <cstdlib>
-
 #include "core/modules/android_devices.h"
 #include "core/text/printable.h"
+#include "tests/fuzz/target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void check(std::string_view bytes) {
     using namespace brindle;
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     const auto ini = AndroidIni::parse(bytes);
-    if (!ini) return 0;
+    if (!ini) return;
     for (const auto& [key, value] : ini->values) {
-        if (key.empty() || !isValidUtf8(value) || value.find('\n') != std::string::npos) std::abort();
+        require(!key.empty() && isValidUtf8(value) && value.find('\n') == std::string::npos);
         const auto image = usedSystemImage(value);
         if (!image) continue;
-        if (image->starts_with('/') || image->ends_with('/') ||
-            ("/" + *image + "/").find("/../") != std::string::npos)
-            std::abort();
-        if (!image->empty() && usedSystemImage("system-images/" + *image) != *image) std::abort();
+        require(!image->starts_with('/') && !image->ends_with('/') &&
+                ("/" + *image + "/").find("/../") == std::string::npos);
+        require(image->empty() || usedSystemImage("system-images/" + *image) == *image);
     }
-    return 0;
 }

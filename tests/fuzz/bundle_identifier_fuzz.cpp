@@ -1,10 +1,7 @@
 // A folder's name, then the identifiers that are installed, one a line.
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
-
 #include "core/modules/bundle_identifier.h"
 #include "core/modules/leftover_exclusions.h"
+#include "tests/fuzz/target.h"
 
 namespace {
 
@@ -15,17 +12,12 @@ std::string_view nextLine(std::string_view& text) {
     return line;
 }
 
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string_view text(reinterpret_cast<const char*>(data), size);
+void check(std::string_view text) {
     const std::string_view name = nextLine(text);
     const auto identifier = brindle::identifierFromName(name);
-    if (!identifier) return 0;
+    if (!identifier) return;
     // What may be removed is named as the rules of removal want it, and the system's own is never among it.
     require(brindle::looksLikeBundleIdentifier(name) && brindle::looksLikeBundleIdentifier(*identifier));
     require(!brindle::foldedIdentifier(*identifier).starts_with("com.apple."));
@@ -37,5 +29,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)brindle::mayBelongToName(*identifier, name);
     installed.add(*identifier);
     require(installed.covers(*identifier) && installed.relativeOf(*identifier).has_value());
-    return 0;
 }

@@ -1,21 +1,15 @@
 // The property list of a bundle or of a job that the system starts.
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
-
 #include "core/modules/bundle_information.h"
+#include "tests/fuzz/target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void check(std::string_view text) {
     (void)brindle::bundleKindOf(text);
-    for (const auto& bundle : brindle::bundlesAround(text)) {
-        if (bundle.empty() || !text.starts_with(bundle)) std::abort();
-    }
+    for (const auto& bundle : brindle::bundlesAround(text))
+        require(!bundle.empty() && text.starts_with(bundle));
     const auto list = brindle::PropertyList::parse(text);
-    if (!list) return 0;
+    if (!list) return;
     const auto identifier = brindle::bundleIdentifierIn(*list);
-    if (identifier && identifier->empty()) std::abort();
+    require(!identifier || !identifier->empty());
     const auto job = brindle::launchJobIn(*list);
     if (job.program) (void)brindle::bundlesAround(*job.program);
-    return 0;
 }

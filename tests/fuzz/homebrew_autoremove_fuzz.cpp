@@ -1,20 +1,15 @@
 // No name can be an option or a path, and the folder of one lies directly in the Cellar.
-#include <cstdint>
-#include <cstdlib>
-
 #include "core/modules/homebrew_output.h"
+#include "tests/fuzz/target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+void check(std::string_view bytes) {
+    const std::string text(bytes);
     const auto names = brindle::parseAutoremove(text);
     for (const std::string& name : names.value_or(std::vector<std::string>{})) {
         const std::string folder = brindle::cellarFolderName(name);
-        const bool leadsElsewhere =
-            folder.empty() || folder.find('/') != std::string::npos || folder[0] == '.';
-        if (leadsElsewhere || name[0] == '-' || name.find_first_of(" \t\n\"'$;") != std::string::npos)
-            std::abort();
+        require(!folder.empty() && folder.find('/') == std::string::npos && folder[0] != '.');
+        require(name[0] != '-' && name.find_first_of(" \t\n\"'$;") == std::string::npos);
     }
     const auto cellar = brindle::parseCellar(text);
-    if (cellar && (!cellar->starts_with('/') || !cellar->ends_with("/Cellar"))) std::abort();
-    return 0;
+    require(!cellar || (cellar->starts_with('/') && cellar->ends_with("/Cellar")));
 }

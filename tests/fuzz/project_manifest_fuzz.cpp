@@ -3,17 +3,12 @@
 #include <toml++/toml.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 
 #include "core/projects/toml_nesting.h"
 #include "core/text/printable.h"
+#include "tests/fuzz/target.h"
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 std::size_t depthOf(const toml::node& node) {
     std::size_t deepest = 0;
@@ -36,12 +31,10 @@ void checkNesting(std::string_view text) try {
 }  // namespace
 
 // A name is short, and may be shown as it is.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void check(std::string_view text) {
     for (const auto& name : {brindle::nameInJsonManifest(text), brindle::nameInCargoManifest(text),
                              brindle::nameInPythonManifest(text), brindle::nameInPubspec(text),
                              brindle::nameInSwiftManifest(text)})
         require(!name || (!name->empty() && name->size() <= 214 && brindle::printable(*name) == *name));
     checkNesting(text);
-    return 0;
 }

@@ -1,10 +1,8 @@
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
 #include <variant>
 
 #include "core/modules/property_list.h"
+#include "tests/fuzz/target.h"
 
 namespace {
 
@@ -20,7 +18,7 @@ int depthOf(const PropertyList& list) {
     if (const auto* dictionary = std::get_if<PropertyList::Dictionary>(&list.value)) {
         deepest = 0;
         for (const auto& [key, element] : *dictionary) {
-            if (list.find(key) != &element) std::abort();
+            require(list.find(key) == &element);
             deepest = std::max(deepest, depthOf(element));
         }
     }
@@ -29,8 +27,7 @@ int depthOf(const PropertyList& list) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto list = PropertyList::parse({reinterpret_cast<const char*>(data), size});
-    if (list && depthOf(*list) > PropertyList::kDepthLimit) std::abort();
-    return 0;
+void check(std::string_view text) {
+    const auto list = PropertyList::parse(text);
+    require(!list || depthOf(*list) <= PropertyList::kDepthLimit);
 }

@@ -1,20 +1,14 @@
 // Lines: a path the user protects, a path to delete (also tried below the home folder), an executable, its arguments.
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <string>
 #include <vector>
 
 #include "core/guard/safety_guard.h"
 #include "core/guard/safety_tables.h"
+#include "tests/fuzz/target.h"
 
 namespace {
 
 const std::string kHome = "/nowhere/home";
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 std::vector<std::string> linesOf(std::string_view text) {
     std::vector<std::string> lines(1);
@@ -42,8 +36,8 @@ void checkAllowed(const std::string& path, const std::string& chosen) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto lines = linesOf({reinterpret_cast<const char*>(data), size});
+void check(std::string_view text) {
+    const auto lines = linesOf(text);
     const std::string below = kHome + "/" + lines[1];
     const brindle::SafetyGuard guard({.home = kHome,
                                       .protectedPaths = {lines[0]},
@@ -62,5 +56,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (brindle::SafetyGuard::looksLikeBundleIdentifier(lines[1])) {
         require(lines[1].find_first_of("/ \t\n") == std::string::npos && !lines[1].starts_with("com.apple."));
     }
-    return 0;
 }

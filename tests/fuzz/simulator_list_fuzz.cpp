@@ -1,17 +1,12 @@
 #include "core/modules/simulator_list.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <set>
 
 #include "core/modules/xcode_derived_data.h"
 #include "core/modules/xcode_device_support.h"
+#include "tests/fuzz/target.h"
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 bool isPlainWord(std::string_view word) {
     constexpr std::string_view kAllowed = "-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
@@ -21,8 +16,7 @@ bool isPlainWord(std::string_view word) {
 }  // namespace
 
 // What is made part of a path or of a command line is a plain word, each once; no size is beyond what a disk holds.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void check(std::string_view text) {
     std::set<std::string> seen;
     for (const auto& device :
          brindle::parseSimulatorDevices(text).value_or(std::vector<brindle::SimulatorDevice>())) {
@@ -38,6 +32,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto version = brindle::DeviceSupportVersion::parse(text);
     require(!version || (!version->numbers.empty() && !version->versionText.empty()));
     const auto project = brindle::projectOfDerivedData(text);
-    require(!project || project->size() + 29 == size);
-    return 0;
+    require(!project || project->size() + 29 == text.size());
 }

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -94,6 +96,11 @@ void TestHome::modified(std::string_view relative, std::int64_t secondsSinceEpoc
     const timespec moment{static_cast<time_t>(secondsSinceEpoch), 0};
     const timespec times[2] = {moment, moment};
     require(utimensat(AT_FDCWD, path(relative).c_str(), times, AT_SYMLINK_NOFOLLOW) == 0, path(relative));
+}
+
+std::vector<std::string> wordsOf(const std::string& line) {
+    std::istringstream stream(line);
+    return {std::istream_iterator<std::string>(stream), {}};
 }
 
 bool permissionsApply() {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace brindle::test {
 
@@ -34,6 +35,9 @@ class TestHome {
   private:
     std::string path_;
 };
+
+// "scan --json" -> its words.
+std::vector<std::string> wordsOf(const std::string& line);
 
 // Whether file modes stop this process: false for root. Tests that need it skip loudly:
 //   if (!permissionsApply()) GTEST_SKIP() << kNeedsUnprivilegedUser;

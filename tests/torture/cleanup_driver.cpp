@@ -22,6 +22,7 @@
 #include "core/model/disk_info.h"
 #include "core/model/receipt_json.h"
 #include "core/session/session.h"
+#include "tests/support/sample_item.h"
 
 namespace brindle::test {
 namespace {
@@ -38,24 +39,19 @@ Exit tellRefusal(const std::string& sentence) {
 }
 
 CleanupItem itemFrom(const SortedJson& json) {
-    CleanupItemFields fields;
-    fields.id = fields.title = json.at("id");
-    fields.classification = fromRawText<Classification>(json.at("classification").get<std::string>()).value();
+    const auto id = json.at("id").get<std::string>();
+    const auto classification =
+        fromRawText<Classification>(json.at("classification").get<std::string>()).value();
     if (json.contains("command")) {
-        std::vector<std::string> words = json.at("command");
-        const std::string tool = words.front();
-        words.erase(words.begin());
-        fields.removal = {RunCommand{tool, words}};
-    } else {
-        const std::vector<std::string> paths = json.at("paths");
-        HardlinkTracker hardlinks;
-        for (const std::string& path : paths) {
-            fields.measurement.allocatedBytes +=
-                DirectorySizer().measureConcurrently(path, {.hardlinks = &hardlinks}).allocatedBytes;
-        }
-        fields.removal = {DeletePaths{paths}};
+        const std::vector<std::string> words = json.at("command");
+        return itemOf(id, {RunCommand{words.front(), {words.begin() + 1, words.end()}}}, classification, 0);
     }
-    return CleanupItem(std::move(fields));
+    const std::vector<std::string> paths = json.at("paths");
+    HardlinkTracker hardlinks;
+    std::uint64_t bytes = 0;
+    for (const std::string& path : paths)
+        bytes += DirectorySizer().measureConcurrently(path, {.hardlinks = &hardlinks}).allocatedBytes;
+    return itemOf(id, {DeletePaths{paths}}, classification, bytes);
 }
 
 Exit clean(const Session& session, const std::string& itemsText) {

@@ -36,7 +36,6 @@ TEST(StorageTrend, ForecastsFromTheFirstAndTheLatestSample) {
         {"two samples", {sample(0, 100), sample(7, 86)}, {}},
         {"not a week", {sample(0, 100), sample(3, 90), sample(kAlmost, 86)}, {}},
         {"rising", {sample(0, 80), sample(3, 90), sample(7, 86)}, {}},
-        {"as it was", {sample(0, 86), sample(3, 90), sample(7, 86)}, {}},
         {"low already", {sample(0, 100), sample(3, 90), sample(7, 20)}, {}},
         {"a gap of two months", {sample(0, 100), sample(70, 61), sample(80, 60)}, 80},
     };

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "core/measure/measured_tree.h"
 #include "core/platform/file_status.h"
 #include "tests/support/disk_usage.h"
 #include "tests/support/mounted.h"
@@ -66,7 +67,7 @@ TEST(DirectorySizer, CountsWhatDuCountsAloneAndConcurrently) {
     makeChain(home.folder("chain with siblings"), 700, true);
     for (const char* name : {"empty", "store", "wide", "chain", "chain with siblings"}) {
         const std::string tree = home.path(name);
-        const std::size_t descriptors = test::openDescriptors();
+        const auto descriptors = test::openDescriptors();
         HardlinkTracker forSerial;
         HardlinkTracker forParallel;
         const DirectoryMeasurement serial = DirectorySizer().measure(tree, {&forSerial, {}});
@@ -86,26 +87,25 @@ TEST(DirectorySizer, CountsAFileOfSeveralCachesOncePerScan) {
     home.hardLink("second/data", "first/data");
     const DirectorySizer sizer;
 
-    const auto both = [&](HardlinkTracker* tracker) {
-        const auto first = sizer.measureConcurrently(home.path("first"), {tracker, {}});
-        return std::pair(first, sizer.measureConcurrently(home.path("second"), {tracker, {}}));
-    };
     HardlinkTracker tracker;
-    const auto [first, second] = both(&tracker);
+    const auto first = sizer.measureConcurrently(home.path("first"), {&tracker, {}});
+    const auto second = sizer.measureConcurrently(home.path("second"), {&tracker, {}});
     EXPECT_TRUE(first.fileCount == 2 && first.hardLinkedBytes == 102'400);
     EXPECT_EQ(second.deduplicatedBytes, 102'400U);
     EXPECT_TRUE(second.fileCount == 0 && second.hardLinkedBytes == 0 && !second.newestModified);
     EXPECT_EQ(first.allocatedBytes + second.allocatedBytes, usageBelow(home));
-
-    const auto [untracked, again] = both(nullptr);
-    EXPECT_EQ(untracked.hardLinkedBytes, again.hardLinkedBytes);
 }
 
 TEST(DirectorySizer, CountsRootsThatAreNoFoldersAndRootsThatAreGone) {
     TestHome home;
     home.file("big/data", 1'000'000);
+    home.file("big/new");
+    home.modified("big/data", -86'400);
+    home.modified("big/new", 4'000'000'000);
     home.link("link", "big");
     const DirectorySizer sizer;
+    EXPECT_EQ(sizer.measure(home.path("big")).oldestModified->time_since_epoch().count(), -86'400);
+    EXPECT_EQ(sizer.measure(home.path("big")).newestModified->time_since_epoch().count(), 4'000'000'000);
     const DirectoryMeasurement link = sizer.measureConcurrently(home.path("link"));
     EXPECT_TRUE(link.fileCount == 1 && link.allocatedBytes < 8192);
     EXPECT_EQ(sizer.measure(home.path("big/data")).logicalBytes, 1'000'000U);
@@ -114,23 +114,12 @@ TEST(DirectorySizer, CountsRootsThatAreNoFoldersAndRootsThatAreGone) {
     EXPECT_EQ(gone.allocatedBytes, 0U);
 }
 
-TEST(DirectorySizer, KeepsTheTimesOfFilesOnlyInWholeSeconds) {
-    TestHome home;
-    home.file("tree/old", 10);
-    home.file("tree/new", 10);
-    home.modified("tree/old", -86'400);
-    home.modified("tree/new", 4'000'000'000);
-    const DirectoryMeasurement measurement = DirectorySizer().measure(home.path("tree"));
-    EXPECT_EQ(measurement.oldestModified, std::chrono::sys_seconds(std::chrono::seconds(-86'400)));
-    EXPECT_EQ(measurement.newestModified, std::chrono::sys_seconds(std::chrono::seconds(4'000'000'000)));
-}
-
 TEST(DirectorySizer, ReturnsWhatItHadWhenCancelled) {
     TestHome home;
     makeStore(home, "tree");
     makeWide(home, "tree/wide");
     const std::string tree = home.path("tree");
-    const std::size_t descriptors = test::openDescriptors();
+    const auto descriptors = test::openDescriptors();
     const std::int64_t whole = DirectorySizer().measure(tree).fileCount;
     for (const int allowed : {0, 1, 50, 2000}) {
         std::atomic<int> polls = 0;
@@ -277,6 +266,74 @@ TEST(DirectorySizer, ListsWhatIsMountedAndDoesNotEnterIt) {
         const std::string from = source.empty() ? source : home.path(source);
         if (!test::isRunWithMount(from, home.path(place), body)) GTEST_SKIP() << test::kNeedsMounts;
     }
+}
+
+AreaRule ruleWith(HardlinkTracker& tracker) {
+    return {.isArea = [](std::string_view name) { return name == "target" || name == ".venv"; },
+            .isMark = [](std::string_view name, bool) { return name == ".git"; },
+            .hardlinks = &tracker};
+}
+
+std::vector<std::string> relative(const test::TestHome& home, std::vector<std::string> paths) {
+    for (std::string& path : paths) path.erase(0, home.path("project/").size());
+    return paths;
+}
+
+TEST(MeasuredTree, GivesTheNumbersOfSeparateWalks) {
+    test::TestHome home;
+    for (int file = 0; file < 3000; ++file)
+        home.file("project/target/debug/large/name-" + std::to_string(file), 100);
+    home.hardLink("project/target/again", "project/target/debug/large/name-0");
+    home.file("project/a/target/x", 9000);
+    home.hardLink("project/a/target/linked", "project/target/debug/large/name-1");
+    home.file("project/a/b/c/d/.venv/lib/deepest", 7000);
+    home.file("project/a/b/c/d/e/target/too-deep");
+    home.file("project/.hidden/target/not-looked-for");
+    home.file("project/target/.venv/part-of-the-outer-area");
+    home.text("project/a/.git", "gitdir: elsewhere\n");
+    home.file("project/target/debug/_deps/.git/HEAD", 20);
+    home.file("project/.hidden/clone/.git/HEAD", 20);
+    home.file("project/dist", 10);
+    home.link("project/b/target", "../target");
+
+    const DirectorySizer sizer;
+    HardlinkTracker whole, shared;
+    const MeasuredTree tree =
+        sizer.measureWithAreas(home.path("project"), {.hardlinks = &whole}, ruleWith(shared));
+    HardlinkTracker again;
+    EXPECT_EQ(tree.whole, sizer.measure(home.path("project"), {.hardlinks = &again}));
+
+    std::vector<std::string> paths;
+    DirectoryMeasurement sum;
+    for (const MeasuredArea& area : tree.areas) {
+        paths.push_back(area.path);
+        sum += area.measurement;
+        HardlinkTracker own;
+        DirectoryMeasurement alone = sizer.measure(area.path, {.hardlinks = &own});
+        const std::uint64_t elsewhere = area.measurement.deduplicatedBytes - alone.deduplicatedBytes;
+        EXPECT_EQ(area.measurement.allocatedBytes + elsewhere, alone.allocatedBytes) << area.path;
+        EXPECT_EQ(area.measurement.directoryCount, alone.directoryCount) << area.path;
+        EXPECT_EQ(area.measurement.newestModified, alone.newestModified) << area.path;
+    }
+    EXPECT_EQ(relative(home, paths), (std::vector<std::string>{"a/b/c/d/.venv", "a/target", "target"}));
+    EXPECT_EQ(sum.deduplicatedBytes, 2U * 4096U) << "two names of files already counted, in whichever area";
+    EXPECT_EQ(relative(home, tree.marks), (std::vector<std::string>{".hidden/clone/.git", "a/.git"}));
+    EXPECT_EQ(relative(home, tree.areas[2].marks), std::vector<std::string>{"target/debug/_deps/.git"});
+}
+
+TEST(MeasuredTreeUnprivileged, KeepsAnAreaThatCannotBeRead) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    test::TestHome home;
+    home.file("project/target/closed/x");
+    home.file("project/a/target/x");
+    home.mode("project/target/closed", 0);
+    home.mode("project/a/target", 0);
+    HardlinkTracker shared;
+    const MeasuredTree tree = DirectorySizer().measureWithAreas(home.path("project"), {}, ruleWith(shared));
+    ASSERT_EQ(tree.areas.size(), 2U);
+    EXPECT_EQ(tree.areas[0].measurement.unreadablePaths, std::vector{home.path("project/a/target")});
+    EXPECT_EQ(tree.areas[1].measurement.unreadablePaths, std::vector{home.path("project/target/closed")});
+    EXPECT_EQ(tree.whole.unreadablePaths.size(), 2U);
 }
 
 }  // namespace

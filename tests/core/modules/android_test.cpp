@@ -60,14 +60,11 @@ TEST(AndroidIni, ReadsEveryFormThatTheToolsWriteAndRefusesTheRest) {
         {"path=/a b/c\n", "/a b/c"},
         {"\xEF\xBB\xBFpath = /a\r\n# note\r\n; note\r\n\r\ntarget=x", "/a"},
         {"path=/old\rpath=/a\r", "/a"},
-        {"path=/a=b", "/a=b"},
         {"Path=/a", ""},
-        {"path=", ""},
         {"", ""},
         {"path=/\xC3\xA9", "/é"},
         {"avd.ini.encoding=ISO-8859-1\npath=/\xE9\x80", "/é\xC2\x80"},
         {"path=/\xE9\x80\navd.ini.encoding = Windows-1252", "/é€"},
-        {"avd.ini.encoding=Shift_JIS\npath=/a", "/a"},
     };
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(AndroidIni::parse(text).value().value("path").value_or(""), expected) << text;
@@ -88,7 +85,6 @@ TEST(AndroidDevices, UnderstandsWhereAnImageFolderPoints) {
         {"/a b/sdk/./system-images/android-14//armeabi-v7a", "android-14/armeabi-v7a"},
         {"add-ons/addon-google_apis-google-8/images/", ""},
         {"system-images/../other", std::nullopt},
-        {"system-images/", std::nullopt},
         {"system-images/android-34\x01/a/b", std::nullopt},
     };
     for (const auto& [directory, expected] : cases)
@@ -104,8 +100,7 @@ TEST(AndroidModule, OffersADeviceWithItsRecordAndTellsWhatIsInIt) {
     home.text(kAvd + "Phone.avd/multiinstance.lock", "");  // stays behind when the emulator ends
     makeDevice(home, "Moved");
     home.text(kAvd + "Moved.ini", "path = /home/old/.android/avd/Moved.avd\r\npath.rel = avd\\Moved.avd\r\n");
-    home.file(".android/adbkey");
-    home.file(".android/debug.keystore");
+    for (const char* key : {".android/adbkey", ".android/debug.keystore"}) home.file(key);
     const auto items = itemsOf(home);
     ASSERT_EQ(items.size(), 2U);
     const CleanupItem& phone = items.at("virtualDevice.Phone");

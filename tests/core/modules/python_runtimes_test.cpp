@@ -35,7 +35,6 @@ TEST(PythonRuntimes, ProtectsWhatAnythingNamesAndSaysByWhom) {
     home.file(".pyenv/versions/miniforge3-24.1/envs/data/conda-meta/history");
     home.text(".pyenv/version", "3.9.7  pypy3.9 # both\n");
     home.text("code/.python-version", "python-3.10\n");
-    home.text("code/.project-of-none", "");
     home.text("code/tool/setup.py", "");
     environment(home, "code/tool/.venv", "3.11.4");
     environment(home, ".local/pipx/venvs/black", "3.12.0");

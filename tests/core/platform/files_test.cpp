@@ -1,8 +1,10 @@
 #include "core/platform/files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,10 +12,15 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
+#include "core/platform/appending_file.h"
 #include "core/platform/child_process.h"
+#include "core/platform/posix/link_move.h"
+#include "core/platform/rename.h"
 #include "tests/support/test_home.h"
 
 namespace brindle::test {
@@ -212,6 +219,122 @@ TEST(FileLock, CanBeAskedAboutWithoutATrace) {
         EXPECT_TRUE(isFileLocked(path).value());
     }
     EXPECT_TRUE(FileLock::tryAcquire(path));
+}
+
+TEST(AppendingFile, IsPrivateAndGrowsByWholeLines) {
+    TestHome home;
+    const std::string path = home.path("journal");
+    const mode_t before = ::umask(0777);
+    auto file = AppendingFile::create(path, "first");
+    ::umask(before);
+    ASSERT_TRUE(file) << file.error().describe();
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    AppendingFile moved = *std::move(file);
+    EXPECT_TRUE(moved.append("second"));
+    EXPECT_EQ(readFile(path), "first\nsecond\n");
+
+    EXPECT_TRUE(removeFileSynced(path));
+    EXPECT_EQ(removeFileSynced(path).error().kind, Error::Kind::missing);
+    EXPECT_FALSE(removeFileSynced(home.path())) << "a folder stays";
+}
+
+TEST(AppendingFile, TakesNobodysPlace) {
+    TestHome home;
+    home.text("old", "old");
+    for (const std::string& path : {home.path("old"), home.link("link", "nowhere"), home.link("to", "old")}) {
+        EXPECT_EQ(AppendingFile::create(path, "line").error().kind, Error::Kind::alreadyExists) << path;
+    }
+    EXPECT_EQ(AppendingFile::create(home.path("no/folder"), "line").error().kind, Error::Kind::missing);
+    EXPECT_EQ(readFile(home.path("old")), "old");
+    EXPECT_FALSE(fs::exists(home.path("nowhere")));
+    EXPECT_TRUE(removeFileSynced(home.path("to")));
+    EXPECT_TRUE(fs::exists(home.path("old"))) << "the link went, not where it led";
+}
+
+TEST(AppendingFile, LeavesNoHalfLineWhenTheDiskIsFull) {
+    TestHome home;
+    auto file = AppendingFile::create(home.path("journal"), "first");
+    ASSERT_TRUE(file);
+    // A file may grow to some size only: the system then takes a part of a line.
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const auto heeded = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{10, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_FALSE(file->append("a long second line"));
+    EXPECT_FALSE(AppendingFile::create(home.path("other"), "a long first line"));
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, heeded);
+    EXPECT_FALSE(fs::exists(home.path("other")));
+    EXPECT_FALSE(file->append("third")) << "what came after a lost line would be misread";
+    EXPECT_EQ(readFile(home.path("journal")), "first\n");
+}
+
+TEST(OpenWithoutLinks, RefusesALinkAnywhereOnTheWay) {
+    TestHome home;
+    home.folder("real/deep");
+    home.link("link", "real");
+    home.link("real/last", "deep");
+    home.text("file", "x");
+    home.folder("sealed/inside");
+    home.mode("sealed", 0300);
+    OpenFolder folder;
+    for (const char* path : {"/real/deep", "//real//deep/", "/sealed/inside"})
+        EXPECT_EQ(folder.openWithoutLinks(home.path() + path), 0) << path;
+    EXPECT_EQ(folder.openWithoutLinks("/"), 0);
+    for (const std::string& path :
+         {home.path("link/deep"), home.path("real/last"), home.path("real/../real"), home.path("./real"),
+          home.path("file"), home.path("file/x"), std::string("relative"), std::string()}) {
+        EXPECT_NE(folder.openWithoutLinks(path), 0) << path;
+        EXPECT_FALSE(folder.isOpen()) << path;
+    }
+}
+
+TEST(OpenWithoutLinks, MakesWhatIsMissingBelowAFolder) {
+    TestHome home;
+    home.folder("elsewhere");
+    home.link("link", "elsewhere");
+    OpenFolder top;
+    OpenFolder made;
+    ASSERT_EQ(top.openWithoutLinks(home.path()), 0);
+    EXPECT_EQ(made.openBelow(top, "a/b"), ENOENT);
+    const mode_t before = ::umask(0027);
+    EXPECT_EQ(made.openBelow(top, "a/b", 0755), 0);
+    ::umask(before);
+    EXPECT_EQ(statusOf(home.path("a"))->mode & 0777U, 0750U);
+    FileStatus opened;
+    ASSERT_EQ(made.status(opened), 0);
+    EXPECT_TRUE(isSameObject(opened, *statusOf(home.path("a/b"))));
+    EXPECT_NE(made.openBelow(top, "link/b", 0755), 0);
+    EXPECT_FALSE(exists(home.path("elsewhere/b")));
+}
+
+TEST(RenameWithoutReplacing, NeverTakesAnothersPlace) {
+    using Rename = int (*)(const OpenFolder&, const std::string&, const OpenFolder&, const std::string&);
+    for (const Rename rename : {Rename{renameWithoutReplacing}, Rename{moveByLink}}) {
+        TestHome home;
+        home.text("from/file", "moved");
+        home.link("from/link", "nowhere");
+        home.folder("from/folder");
+        home.text("to/taken", "stays");
+        home.folder("to/empty");
+        home.link("to/dangling", "nowhere");
+        OpenFolder from;
+        OpenFolder to;
+        ASSERT_EQ(from.openWithoutLinks(home.path("from")), 0);
+        ASSERT_EQ(to.openWithoutLinks(home.path("to")), 0);
+        for (const char* name : {"file", "link", "folder"}) {
+            const bool canMove = rename != Rename{moveByLink} || name != std::string("folder");
+            for (const char* taken : {"taken", "empty", "dangling"})
+                EXPECT_EQ(rename(from, name, to, taken), canMove ? EEXIST : EINVAL) << name << taken;
+            EXPECT_EQ(rename(from, name, to, name), canMove ? 0 : EINVAL) << name;
+            EXPECT_EQ(fs::exists(fs::symlink_status(home.path("from/" + std::string(name)))), !canMove);
+        }
+        EXPECT_EQ(rename(from, "none", to, "new"), ENOENT);
+        EXPECT_EQ(readFile(home.path("to/file")), "moved");
+        EXPECT_EQ(readFile(home.path("to/taken")), "stays");
+        EXPECT_TRUE(fs::is_symlink(home.path("to/link")));
+    }
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,9 +16,10 @@
 #include <vector>
 
 #include "core/platform/files.h"
-#include "core/platform/path_text.h"
 #include "core/platform/trash_record.h"
+#include "tests/support/mounted.h"
 #include "tests/support/test_home.h"
+#include "tests/support/trashing.h"
 
 namespace brindle::test {
 namespace {
@@ -31,19 +30,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr const char* kNeedsMounts = "runs only where a volume may be mounted";
-
-using Put = std::expected<TrashedObject, TrashError>;
-
-Put putAs(const Trash& trash, const std::string& path, const FileStatus& approved,
-          std::optional<std::uint64_t> size = {}) {
-    OpenFolder parent;
-    EXPECT_EQ(parent.openWithoutLinks(folderOf(path)), 0) << path;
-    return trash.put(parent, {std::string(lastComponent(path)), path, approved, size});
-}
-
-Put put(const Trash& trash, const std::string& path, std::optional<std::uint64_t> size = {}) {
-    return putAs(trash, path, *statusOf(path), size);
+std::expected<TrashedObject, TrashError> put(const Trash& trash, const std::string& path,
+                                             std::optional<std::uint64_t> size = {}) {
+    return putInTrash(trash, path, *statusOf(path), size);
 }
 
 bool canPut(const Trash& trash, const std::string& folder) {
@@ -59,26 +48,6 @@ std::string infoOf(const std::string& trashed) {
 bool lies(const std::string& path) {
     return statusOf(path).has_value();
 }
-
-// A volume of its own, seen by this process alone; gone with the object.
-class Volume {
-  public:
-    explicit Volume(std::string path, const char* source = nullptr) : path_(std::move(path)) {
-        const unsigned long flags = source == nullptr ? 0 : MS_BIND;
-        isMounted_ = ::unshare(CLONE_NEWNS) == 0 && ::mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                     ::mount(source, path_.c_str(), "tmpfs", flags, nullptr) == 0;
-    }
-    ~Volume() {
-        if (isMounted_) ::umount2(path_.c_str(), MNT_DETACH);
-    }
-    Volume(const Volume&) = delete;
-    Volume& operator=(const Volume&) = delete;
-    bool isMounted() const { return isMounted_; }
-
-  private:
-    std::string path_;
-    bool isMounted_ = false;
-};
 
 TEST(TrashRecord, CutsNamesOnBytesAndEncodesAllThatIsNotPlain) {
     std::string accents = "a";
@@ -156,37 +125,33 @@ TEST(Trash, TakesTheVolumesOwnForAnotherVolume) {
     const Trash trash(home.path());
     const std::string user = std::to_string(::geteuid());
     const std::string own = ".Trash-" + user;
-    struct Case {
-        const char* what;
-        void (*prepare)(TestHome&);
-        std::string folder;  // empty: no Trash
-    };
-    for (const Case& each :
-         {Case{"nothing there", [](TestHome&) {}, own},
-          Case{"sticky", [](TestHome& at) { at.folder("v/.Trash"), at.mode("v/.Trash", 01777); },
-               ".Trash/" + user},
-          Case{"not sticky", [](TestHome& at) { at.folder("v/.Trash"), at.mode("v/.Trash", 0777); }, own},
-          Case{"a link",
-               [](TestHome& at) { at.folder("v/t"), at.mode("v/t", 01777), at.link("v/.Trash", "t"); }, own},
-          Case{"ours is a link", [](TestHome& at) { at.folder("v/t"), at.link("v/.Trash-0", "t"); }, ""},
-          Case{"a part is a link", [](TestHome& at) { at.link("v/.Trash-0/info", "../t"); }, ""},
-          Case{"somebody else's",
-               [](TestHome& at) { (void)!::chown(at.folder("v/.Trash-0").c_str(), 65534, 65534); }, ""}}) {
-        const Volume volume(home.folder("v"));
+    using Case = std::tuple<const char*, std::string, void (*)(TestHome&)>;  // no folder: no Trash
+    for (const auto& [what, folder, prepare] :
+         {Case{"nothing there", own, [](TestHome&) {}},
+          Case{"sticky", ".Trash/" + user,
+               [](TestHome& at) { at.folder("v/.Trash"), at.mode("v/.Trash", 01777); }},
+          Case{"not sticky", own, [](TestHome& at) { at.folder("v/.Trash"), at.mode("v/.Trash", 0777); }},
+          Case{"a link", own,
+               [](TestHome& at) { at.folder("v/t"), at.mode("v/t", 01777), at.link("v/.Trash", "t"); }},
+          Case{"ours is a link", "", [](TestHome& at) { at.folder("v/t"), at.link("v/.Trash-0", "t"); }},
+          Case{"a part is a link", "", [](TestHome& at) { at.link("v/.Trash-0/info", "../t"); }},
+          Case{"somebody else's", "",
+               [](TestHome& at) { (void)!::chown(at.folder("v/.Trash-0").c_str(), 65534, 65534); }}}) {
+        const Mount volume("", home.folder("v"));
         if (!volume.isMounted()) GTEST_SKIP() << kNeedsMounts;
-        each.prepare(home);
+        prepare(home);
         const std::string path = home.text("v/sub folder/object", "x");
         const FileStatus status = *statusOf(path);
-        EXPECT_EQ(canPut(trash, folderOf(path)), !each.folder.empty()) << each.what;
+        EXPECT_EQ(canPut(trash, folderOf(path)), !folder.empty()) << what;
         const auto done = put(trash, path);
-        EXPECT_EQ(done.has_value(), !each.folder.empty()) << each.what;
-        EXPECT_EQ(lies(path), !done) << each.what;
-        EXPECT_FALSE(lies(home.path("v/t/files"))) << each.what;
+        EXPECT_EQ(done.has_value(), !folder.empty()) << what;
+        EXPECT_EQ(lies(path), !done) << what;
+        EXPECT_FALSE(lies(home.path("v/t/files"))) << what;
         if (!done) {
             EXPECT_EQ(done.error().kind, Kind::noTrash) << done.error().describe();
             continue;
         }
-        EXPECT_EQ(done->path, home.path("v/" + each.folder + "/files/object")) << each.what;
+        EXPECT_EQ(done->path, home.path("v/" + folder + "/files/object")) << what;
         EXPECT_THAT(*readFile(infoOf(done->path)), HasSubstr("\nPath=sub%20folder/object\n"));
         EXPECT_EQ(trash.find(status, path), done->path);
         EXPECT_TRUE(trash.putBack(done->path, path, status));
@@ -196,7 +161,7 @@ TEST(Trash, TakesTheVolumesOwnForAnotherVolume) {
 
 TEST(Trash, TakesTheMountsOwnWhereOneVolumeIsMountedTwice) {
     TestHome home;
-    const Volume volume(home.folder("bound"), home.folder("source").c_str());
+    const Mount volume(home.folder("source"), home.folder("bound"));
     if (!volume.isMounted()) GTEST_SKIP() << kNeedsMounts;
     const auto done = put(Trash(home.path()), home.text("bound/object", "x"));
     ASSERT_TRUE(done) << done.error().describe();
@@ -244,9 +209,9 @@ TEST(Trash, LeavesWhatIsNotTheApprovedObject) {
     const std::string path = home.text("object", "x");
     FileStatus otherMode = *statusOf(path);
     otherMode.mode ^= 0100U;
-    EXPECT_EQ(putAs(trash, path, *statusOf(home.text("other", "y"))).error().kind, Kind::replaced);
-    EXPECT_EQ(putAs(trash, path, otherMode).error().kind, Kind::replaced);
-    EXPECT_EQ(putAs(trash, home.path("none"), otherMode).error().kind, Kind::missing);
+    EXPECT_EQ(putInTrash(trash, path, *statusOf(home.text("other", "y"))).error().kind, Kind::replaced);
+    EXPECT_EQ(putInTrash(trash, path, otherMode).error().kind, Kind::replaced);
+    EXPECT_EQ(putInTrash(trash, home.path("none"), otherMode).error().kind, Kind::missing);
     EXPECT_EQ(readFile(path), "x");
     EXPECT_THAT(*listFolder(home.path(".local/share/Trash/info")), IsEmpty());
     EXPECT_EQ(put(trash, home.path(".local")).error().cause.code, EINVAL) << "into itself";
@@ -254,7 +219,7 @@ TEST(Trash, LeavesWhatIsNotTheApprovedObject) {
 
 TEST(Trash, NeverKeepsWhatWasSwappedInAtTheLastMoment) {
     TestHome home;
-    const Volume volume(home.folder("v"));
+    const Mount volume("", home.folder("v"));
     const int rounds = volume.isMounted() ? 10'000 : 100;  // on a disk each is synced
     const Trash trash(home.path("v"));
     const std::string path = home.text("v/leaf/object", "approved");
@@ -266,7 +231,7 @@ TEST(Trash, NeverKeepsWhatWasSwappedInAtTheLastMoment) {
     });
     int moved = 0;
     for (int round = 0; round < rounds; ++round) {
-        const auto done = putAs(trash, path, approved);
+        const auto done = putInTrash(trash, path, approved);
         if (!done) {
             ASSERT_EQ(done.error().kind, Kind::replaced);
             ASSERT_EQ(done.error().liesAt, "");

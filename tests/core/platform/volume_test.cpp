@@ -16,10 +16,13 @@
 
 #include "core/platform/machine.h"
 #include "core/platform/mount_points.h"
+#include "core/platform/user_folders.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
 namespace {
+
+using Paths = std::vector<std::string>;
 
 TEST(Volume, FindsTheMountPointThatHoldsAPath) {
     constexpr std::string_view kTable =
@@ -36,11 +39,10 @@ TEST(Volume, FindsTheMountPointThatHoldsAPath) {
           Case{"/odd\\040\tx/y", "/odd\\040\tx"}, Case{"/last/x", "/last"}}) {
         EXPECT_EQ(mountPointHolding(path, kTable), mountPoint) << path;
     }
-    using Places = std::vector<std::string>;
     const MountPoints mounts = MountPoints::fromTable(kTable);
-    EXPECT_EQ(mounts.below("/"), (Places{"/home", "/home/a b", "/last", "/odd\\040\tx"}));
-    EXPECT_EQ(mounts.below("/home"), Places{"/home/a b"});
-    for (const char* none : {"/home/a", "/home/a b", "/hom", "/odd"}) EXPECT_EQ(mounts.below(none), Places());
+    EXPECT_EQ(mounts.below("/"), (Paths{"/home", "/home/a b", "/last", "/odd\\040\tx"}));
+    EXPECT_EQ(mounts.below("/home"), Paths{"/home/a b"});
+    for (const char* none : {"/home/a", "/home/a b", "/hom", "/odd"}) EXPECT_EQ(mounts.below(none), Paths());
     EXPECT_TRUE(MountPoints::fromTable("").areKnown() && MountPoints::current().areKnown());
     EXPECT_FALSE(MountPoints().areKnown());
     EXPECT_EQ(mountPointHolding("/etc", "22 21 8:2 / /home rw\n"), std::nullopt);
@@ -106,6 +108,51 @@ TEST(Machine, TakesTheHomeFromTheUserDatabaseAndNotFromTheEnvironment) {
     EXPECT_NE(std::ranges::find(variables, "HOME=/elsewhere"), variables.end());
     setenv("HOME", kept.c_str(), 1);
 }
+
+TEST(UserFolders, UnderstandsWhatNamesTheDocuments) {
+    const std::pair<std::string_view, Paths> cases[] = {
+        {"", {"/h/Documents", "/h/Desktop", "/h/Downloads"}},
+        {"# XDG_DESKTOP_DIR=\"/no\"\n\t XDG_DESKTOP_DIR = \"$HOME/Schreib tisch//\"  # x\r\n"
+         "XDG_DOCUMENTS_DIR=\"/data/Dok\\\"u\\\\m\\$\"\nXDG_DOWNLOAD_DIR=\"$HOME\"",
+         {"/data/Dok\"u\\m$", "/h/Schreib tisch", "/h"}},
+        {"XDG_DESKTOP_DIR=\"$HOME/a\"\nXDG_DESKTOP_DIR=\"$HOME/b/../c\"\nXDG_DESKTOP_DIR=\"$HOMER/d\"\n"
+         "XDG_DESKTOP_DIRS=\"/e\"\nXDG_DESKTOP_DIR=\"relative\"\nXDG_DESKTOP_DIR=\"/open\nXDG_DESKTOP_DIR='/"
+         "f'\n"
+         "XDG_DESKTOP_DIR\nXDG_DESKTOP_DIR=\"/g\\",
+         {"/h/Documents", "/h/c", "/h/Downloads"}},
+    };
+    for (const auto& [text, folders] : cases) EXPECT_EQ(documentFoldersIn(text, "/h"), folders) << text;
+}
+
+#ifndef __APPLE__
+TEST(UserFolders, ResolvesLinksAndTellsEachPlaceOnce) {
+    using Row = std::tuple<std::string, std::string, std::string, Paths>;  // these relative to the home
+    for (const auto& [desktop, documents, download, folders] :
+         {Row{"$HOME/desk", "$HOME/docs", "$HOME/down", {"docs", "desk", "down"}},
+          Row{"$HOME/docs/desk", "$HOME/docs", "$HOME/link", {"docs"}}, Row{"$HOME", "/", "$HOME/toHome", {}},
+          Row{"$HOME/none", "$HOME/Applications/x", "$HOME/nowhere", {}},
+          Row{"$HOME/docs-2", "$HOME/docs", "$HOME/docs/../down", {"docs", "down", "docs-2"}}}) {
+        test::TestHome home;
+        for (const char* folder : {"desk", "docs/desk", "docs-2", "down", "Applications/x"})
+            home.folder(folder);
+        home.link("link", "docs");
+        home.link("toHome", ".");
+        home.link("nowhere", "gone");
+        home.text("conf/user-dirs.dirs", "XDG_DESKTOP_DIR=\"" + desktop + "\"\nXDG_DOCUMENTS_DIR=\"" +
+                                             documents + "\"\nXDG_DOWNLOAD_DIR=\"" + download + "\"\n");
+        Paths expected;
+        for (const std::string& folder : folders) expected.push_back(home.path(folder));
+        UserFolders found = userFolders(home.path(), {"A=b", "XDG_CONFIG_HOME=" + home.path("conf")});
+        std::ranges::sort(found.documents);
+        std::ranges::sort(expected);
+        EXPECT_EQ(found.documents, expected) << documents;
+        EXPECT_EQ(found.applications.back(), home.path("Applications"));
+        home.folder("Documents");
+        EXPECT_EQ(userFolders(home.path(), {"XDG_CONFIG_HOME=conf"}).documents,
+                  Paths{home.path("Documents")});
+    }
+}
+#endif
 
 }  // namespace
 }  // namespace brindle

@@ -1,18 +1,31 @@
 #include "core/projects/project_detector.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <latch>
+#include <thread>
 
 #include "core/projects/git_inspector.h"
 #include "core/projects/lockfile_search.h"
 #include "core/projects/project_activity.h"
+#include "core/projects/project_collector.h"
+#include "core/projects/project_manifest.h"
+#include "core/projects/toml_nesting.h"
 #include "tests/support/disk_usage.h"
 #include "tests/support/git_home.h"
 #include "tests/support/mounted.h"
 #include "tests/support/sample_project.h"
+#include "tests/support/test_home.h"
 
 namespace brindle {
 namespace {
 
+using Reader = std::optional<std::string> (*)(std::string_view);
+using Paths = std::vector<std::string>;
+using Reason = UnreachableLocation::Reason;
 using test::GitHome;
 
 constexpr std::int64_t kLongAgo = 1'700'000'000;
@@ -154,6 +167,208 @@ TEST(LastActivity, IsTheLatestOfItsSources) {
     home.modified("p/.git/worktrees/linked/index", kLongAgo + 7);
     EXPECT_EQ(seconds("linked"), kLongAgo + 7);
     EXPECT_FALSE(lastActivity(home.path("nowhere")));
+}
+
+// All paths are separated by spaces.
+struct Tree {
+    const char* name;
+    const char* files;  // "a/b" is a file, "a->b" a link to b
+    const char* roots;  // "@" is the home
+    const char* projects;
+    std::map<std::string, Reason> reported = {};
+};
+
+// Two levels deep.
+ProjectSearch searchOf(const test::TestHome& home, const char* roots) {
+    ProjectSearch search{.home = home.path(), .roots = test::wordsOf(roots), .maximumDepth = 2};
+    for (std::string& root : search.roots)
+        if (root.starts_with('@')) root = home.path() + root.substr(1);
+    return search;
+}
+
+// Relative to the home.
+void expectFound(const test::TestHome& home, const Tree& tree) {
+    SCOPED_TRACE(tree.name);
+    const auto relative = [&](const std::string& path) { return path.substr(home.path().size() + 1); };
+    std::map<std::string, Reason> reported;
+    ProjectSearch search = searchOf(home, tree.roots);
+    search.report = [&](const std::string& path, Reason why) { reported[relative(path)] = why; };
+    Paths found;
+    for (const ProjectFolder& each : collectProjects(search)) found.push_back(relative(each.path));
+    EXPECT_EQ(found, test::wordsOf(tree.projects));
+    EXPECT_EQ(reported, tree.reported);
+}
+
+TEST(ProjectCollector, FindsProjectsByTheirMarkers) {
+    const Tree trees[] = {
+        {"each kind of marker",
+         "P/a/package.json P/b/App.xcodeproj/x P/c/W.xcworkspace/x P/d/main.tf P/e/pom.xml P/f/.git/HEAD "
+         "P/g/.git "
+         "P/h/package.json5 P/i/tf P/j/notes",
+         "P", "P/a P/b P/c P/d P/e P/f P/g"},
+        {"a root is a project itself", "P/go.mod P/x/go.mod", "P", "P"},
+        {"none inside another", "P/a/go.mod P/a/b/Cargo.toml P/a-b/go.mod", "P P/a/b", "P/a P/a-b"},
+        {"hidden and generated folders", "P/.x/go.mod P/node_modules/a/go.mod P/build/go.mod", "P", ""},
+        {"a hidden root is a root", ".x/a/go.mod", ".x", ".x/a"},
+        {"links", "far/a/go.mod P/link->../far Q->far P/loop->. P/dead->nowhere", "P Q", "far/a"},
+        {"roots given twice, spelled otherwise, or not there", "P/a/go.mod Q->P",
+         "P P/ ./P Q @/P P/../P none @/none", "P/a"},
+        {"the home is no project", ".git/HEAD package.json P/a/go.mod b/go.mod", "@ P", "P/a b"},
+        {"depth", "P/1/2/go.mod P/1/3/4/go.mod", "P", "P/1/2", {{"P/1/3/4", Reason::searchDepth}}},
+        {"nothing is said of what became a root", "P/1/3/4/go.mod", "P P/1/3/4", "P/1/3/4"},
+        {"nor of what lies below one", "P/1/3/4/5/go.mod", "P P/1/3", "P/1/3/4/5"},
+    };
+    for (const Tree& tree : trees) {
+        test::TestHome home;
+        for (const std::string& file : test::wordsOf(tree.files)) {
+            const std::size_t arrow = file.find("->");
+            if (arrow != std::string::npos) home.link(file.substr(0, arrow), file.substr(arrow + 2));
+            if (arrow == std::string::npos) home.file(file, 1);
+        }
+        expectFound(home, tree);
+    }
+}
+
+TEST(ProjectCollector, LeavesMountsAloneThatAreNoRoots) {
+    test::TestHome home;
+    home.file("far/go.mod");
+    home.folder("P/a");
+    const auto body = [&] {
+        expectFound(home, {"bound", "", "P", "", {{"P/a", Reason::differentVolume}}});
+        expectFound(home, {"bound and a root", "", "P P/a", "P/a"});
+    };
+    if (!test::isRunWithMount(home.path("far"), home.path("P/a"), body)) GTEST_SKIP() << test::kNeedsMounts;
+}
+
+TEST(ProjectCollector, WaitsForADescriptor) {
+    test::TestHome home;
+    home.file("P/a/go.mod");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    // A hard limit above what the kernel allows by now cannot be set again.
+    const rlim_t enough = std::min<rlim_t>(before.rlim_cur, 1024);
+    const rlimit none{0, enough};
+    // The sanitizers want descriptors themselves, when a thread begins and where a stream is made.
+    const ProjectSearch search = searchOf(home, "P");
+    std::latch begun(1);
+    std::latch limited(1);
+    const std::jthread other([&] {
+        begun.count_down();
+        limited.wait();
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        const rlimit again{enough, enough};
+        setrlimit(RLIMIT_NOFILE, &again);
+    });
+    begun.wait();
+    const int failure = setrlimit(RLIMIT_NOFILE, &none);
+    limited.count_down();
+    const auto found = collectProjects(search);
+    ASSERT_EQ(failure, 0);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].path, home.path("P/a"));
+}
+
+TEST(ProjectCollectorUnprivileged, ReportsWhatItCannotList) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    test::TestHome home;
+    for (const char* file : {"P/closed/go.mod", "P/open/go.mod", "R/inside/x"}) home.file(file);
+    home.mode("P/closed", 0);
+    home.mode("R", 0);
+    constexpr Reason kDenied = Reason::permissionDenied;
+    expectFound(home, {"", "", "P R/inside", "P/open", {{"P/closed", kDenied}, {"R/inside", kDenied}}});
+}
+
+std::string repeated(std::string_view piece, std::size_t bytes) {
+    std::string text;
+    while (text.size() < bytes) text += piece;
+    return text;
+}
+
+TEST(ProjectManifest, ReadsTheNameWhereEachFormatHasIt) {
+    const std::tuple<Reader, std::string, std::string> named[] = {
+        {nameInJsonManifest, R"({"a":{"name":"in"},"l":[{"name":"in"}],"name":" @acme/web ","z":1})",
+         "@acme/web"},
+        {nameInJsonManifest, R"({"name":"one","name":"tw\u00f6"})", "twö"},
+        {nameInJsonManifest, "\xEF\xBB\xBF{\"name\":\"marked\"}", "marked"},
+        {nameInJsonManifest, R"({"name":")" + std::string(214, 'n') + "\"}", std::string(214, 'n')},
+        {nameInCargoManifest, "[workspace.package]\nname='no'\n[package]\nname = \"tool\" # so\n", "tool"},
+        {nameInCargoManifest, "package.name='dotted'\n", "dotted"},
+        {nameInPythonManifest, "[tool.poetry]\nname='old'\n[project]\nname='new'\n", "new"},
+        {nameInPythonManifest, "[tool.poetry]\nname='old'\n[project]\nname=''\n", "old"},
+        {nameInPubspec, "# app\nenvironment: {name: in}\n? [a, name]\n: name\nname: lantern\na: b\n]",
+         "lantern"},
+        {nameInPubspec, "\xEF\xBB\xBFname: \"12\"\n", "12"},
+        {nameInSwiftManifest, "let p = Package(rename:3, name:\"\", name: \n\t\"Kit\", name: \"Late\")",
+         "Kit"},
+    };
+    for (const auto& [read, text, name] : named) EXPECT_EQ(read(text), name) << text;
+    const std::pair<Reader, std::vector<std::string>> nameless[] = {
+        {nameInJsonManifest,
+         {"", R"({"name":"one","name":{"name":"in"}})", R"([{"name":"in"}])", R"({"name":"cut")",
+          "{\"name\":\"\xFF\"}", R"({"name":"e\u001b[1m"})", R"({"name":"   "})",
+          R"({"name":")" + std::string(215, 'n') + "\"}"}},
+        {nameInCargoManifest,
+         {"", "[package]\nname = 7\n", "package = 'name'\n", "[package]\nname = 'tool'\nbroken\n"}},
+        {nameInPythonManifest, {""}},
+        {nameInPubspec,
+         {"", "name: 12\n", "name: True\n", "name: ~\n", "name: [a]\nname: late\n", "a: &n x\nname: *n\n",
+          "- name: in\n", "a: b\n---\nname: second\n", "a: \xFF\nname: x\n"}},
+        {nameInSwiftManifest, {"", "name: \"a\\(b)\", name: \"line\n\"", "name: \"open"}},
+    };
+    for (const auto& [read, texts] : nameless)
+        for (const std::string& text : texts) EXPECT_EQ(read(text), std::nullopt) << text;
+}
+
+// As large as a manifest may be: a parser that called itself for every level would end the program.
+TEST(ProjectManifest, SurvivesWhatIsMadeToExhaustIt) {
+    for (const char* piece :
+         {"[", "{\"a\":", "[[],", "{", "a.", "[a.", "a={", "- ", "? ", "&a ", "*a ", "[a: b,", "\"", "name:"})
+        for (const std::string head : {"", "a=", "[", "a=[\n", "name: "})
+            for (const Reader read :
+                 {nameInJsonManifest, nameInCargoManifest, nameInPubspec, nameInSwiftManifest})
+                EXPECT_EQ(read(head + repeated(piece, kManifestLimit / 8)), std::nullopt) << head << piece;
+    EXPECT_EQ(nameInJsonManifest(repeated("[", kManifestLimit)), std::nullopt);
+    EXPECT_EQ(nameInCargoManifest("package.name='x'\n" + repeated("a.", kManifestLimit) + "a=1\n"),
+              std::nullopt);
+
+    std::string bomb = "a: &a [x]\n";
+    for (char letter = 'b'; letter < 'z'; ++letter)
+        bomb += std::string(1, letter) + ": &" + letter + " [" +
+                repeated(std::string("*") + char(letter - 1) + ",", 30) + "]\n";
+    EXPECT_EQ(nameInPubspec(bomb + "name: x\n"), "x");
+}
+
+TEST(ProjectManifest, CountsOnlyTheNestingOfTomlItself) {
+    const std::string dots = repeated(".", kTomlDots + 1);
+    for (const std::string& harmless :
+         {"a='" + dots + "'", R"(a="\")" + dots + '"', "a=\"\"\"\"x\n\\\"\"\"" + dots + R"(""""")",
+          "#\"" + dots, "a='''''x\n'''''\nb='" + dots + "'", repeated("a.b=1.5\n", 4000),
+          repeated("[a]\n", 4000), "a=[#" + dots + "\n]"})
+        EXPECT_TRUE(isShallowToml(harmless)) << harmless;
+    for (const std::string& deep : {dots, "a='\\'" + dots, "a=\"\"\"\\\"\"\"\"\n#\n" + dots, "#'\n" + dots,
+                                    "a=['#',\n" + dots, repeated("{[", 66)})
+        EXPECT_FALSE(isShallowToml(deep)) << deep;
+}
+
+TEST(ProjectManifest, TakesTheFirstManifestThatYieldsAName) {
+    test::TestHome home;
+    const auto named = [&](const std::vector<std::string>& entries) {
+        return declaredName(home.path(), entries).value_or("");
+    };
+    home.text("Package.swift", R"(name: "swift")");
+    home.text("pubspec.yaml", "name: yaml");
+    home.text("Cargo.toml", "[package]\nname='cargo'");
+    home.text("composer.json", "broken");
+    const std::vector<std::string> all = {"Package.swift", "pubspec.yaml", "Cargo.toml", "composer.json",
+                                          "package.json"};
+    EXPECT_EQ(named(all), "cargo");
+    EXPECT_EQ(named({"pubspec.yaml", "Package.swift", "x"}), "yaml");
+    EXPECT_EQ(named({}), "");
+    home.text("package.json", R"({"name":"node"})" + std::string(kManifestLimit, ' '));
+    EXPECT_EQ(named(all), "cargo");
+    home.link("pyproject.toml", "pipe");
+    ASSERT_EQ(::mkfifo(home.path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(named({"pyproject.toml", "Package.swift"}), "swift");  // and nobody waited for the pipe
 }
 
 }  // namespace

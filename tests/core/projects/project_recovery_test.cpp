@@ -66,7 +66,6 @@ TEST(ProjectRecovery, ProposesTheStepThatComesNext) {
         {"-git", Forge::gitHubCLI, recovery(Step::initialise, false)},
         {"unread modified", Forge::gitHubCLI, {}},
         {"modified", Forge::gitHubCLI, recovery(Step::commit, false)},
-        {"-remote untracked", Forge::gitHubCLI, recovery(Step::commit, false)},
         {"-remote", Forge::gitHubCLI, recovery(Step::publish, false)},
         {"-remote", Forge::plainGit, recovery(Step::push, false)},
         {"-remote -commits", Forge::gitHubCLI, {}},

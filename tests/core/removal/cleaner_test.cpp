@@ -3,32 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <iterator>
-#include <sstream>
 
 #include "core/platform/files.h"
 #include "core/removal/command_removal.h"
 #include "core/removal/tool_report.h"
 #include "core/text/core_strings.h"
 #include "tests/support/canned_tools.h"
+#include "tests/support/sample_item.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
 namespace {
 
 namespace fs = std::filesystem;
+using test::itemOf;
 using test::TestHome;
-
-CleanupItem itemOf(const std::string& id, RemovalStrategy removal,
-                   Classification classification = Classification::safe) {
-    CleanupItemFields fields;
-    fields.id = id;
-    fields.title = id;
-    fields.measurement.allocatedBytes = 1000;
-    fields.classification = classification;
-    fields.removal = std::move(removal);
-    return CleanupItem(std::move(fields));
-}
 
 class CleanerTest : public ::testing::Test {
   protected:
@@ -79,36 +68,26 @@ TEST_F(CleanerTest, DeletesWhatIsSafeAndTrashesWhatIsToBeReviewed) {
 }
 
 TEST_F(CleanerTest, LeavesAloneWhatIsNotAsTheScanSawIt) {
-    struct Case {
-        std::string name;
-        std::function<void()> change;
-        std::string failure;
-    };
     const std::string path = home.path(".cache/x");
     const std::string replaced = "replaced or missing since scan";
     const std::string guarded = "The directory contains protected data: ";
-    const Case cases[] = {
-        {"gone", [&] { fs::remove_all(path); }, replaced},
-        {"another folder",
-         [&] {
-             fs::rename(path, home.path("old"));
-             home.file(".cache/x/file");
-         },
-         replaced},
-        {"another mode", [&] { home.mode(".cache/x", 0711); }, replaced},
-        {"a secret", [&] { home.file(".cache/x/deep/.env.local"); }, guarded + ".env.local."},
-        {"a repository", [&] { home.folder(".cache/x/y/.git"); }, guarded + ".git."}};
-    for (const Case& each : cases) {
+    const std::tuple<std::string, std::string, std::function<void()>> cases[] = {
+        {"gone", replaced, [&] { fs::remove_all(path); }},
+        {"another folder", replaced, [&] { fs::rename(path, home.path("old")), home.file(".cache/x/file"); }},
+        {"another mode", replaced, [&] { home.mode(".cache/x", 0711); }},
+        {"a secret", guarded + ".env.local.", [&] { home.file(".cache/x/deep/.env.local"); }},
+        {"a repository", guarded + ".git.", [&] { home.folder(".cache/x/y/.git"); }}};
+    for (const auto& [name, failure, change] : cases) {
         home.file(".cache/x/file");
         const CleanupItem item = pathItem("x", {".cache/x"});
-        each.change();
+        change();
         for (const bool isDryRun : {true, false}) {
             const ReceiptEntry entry = cleanOne(item, isDryRun);
-            EXPECT_EQ(entry.method, RemovalMethod::failed) << each.name;
-            ASSERT_TRUE(entry.pathFailures) << each.name;
-            EXPECT_EQ(entry.pathFailures->at(0), path + ": " + each.failure);
+            EXPECT_EQ(entry.method, RemovalMethod::failed) << name;
+            ASSERT_TRUE(entry.pathFailures) << name;
+            EXPECT_EQ(entry.pathFailures->at(0), path + ": " + failure) << name;
         }
-        EXPECT_EQ(fs::exists(path), each.name != "gone");
+        EXPECT_EQ(fs::exists(path), name != "gone");
         fs::remove_all(path);
         fs::remove_all(home.path("old"));
     }
@@ -164,33 +143,24 @@ TEST_F(CleanerTest, RunsAToolAndBelievesWhatItSays) {
         std::string note = "";
         std::string endpoint = "unix:///var/run/docker.sock";
     };
+    const test::CannedAnswer denied = {"npm warn using --force\nnpm error code EACCES\nnpm error path x\n",
+                                       243};
+    const std::string elsewhere = "Docker no longer talks to the engine of this machine. Scan again.";
+    const test::CannedAnswer inUse = {"Cache is currently in-use, wait\n", 2};
     const Case cases[] = {
         {"npm cache clean --force", {""}, command, 0},
-        {"npm cache clean --force",
-         {"npm warn using --force\nnpm error code EACCES\nnpm error path x\n", 243},
-         failed,
-         1000,
+        {"npm cache clean --force", denied, failed, 1000,
          "Command exited with status 243. npm error code EACCES"},
         {"docker builder prune -af", {"Total reclaimed space: 1.5kB\n"}, command, 1500},
         {"docker builder prune -af", {"ID\tSIZE\nTotal:\t2kB\n"}, command, 2000},
         {"docker builder prune -af", {"done\n"}, command, 1000},
         {"docker image prune -a", {""}, refused, 1000, "docker image prune -a is not an approved invocation"},
-        {"uv cache clean",
-         {"Cache is currently in-use, wait\n", 2},
-         failed,
-         1000,
-         CommandRemoval::uvCacheInUse()},
-        {"docker builder prune -af",
-         {""},
-         refused,
-         1000,
-         "Docker no longer talks to the engine of this machine. Scan again.",
-         "ssh://a@b"},
+        {"uv cache clean", inUse, failed, 1000, CommandRemoval::uvCacheInUse()},
+        {"docker builder prune -af", {""}, refused, 1000, elsewhere, "ssh://a@b"},
     };
     for (const Case& each : cases) {
         home.file(".npm/_cacache/x");
-        std::istringstream stream(each.line);
-        std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
+        const std::vector<std::string> words = test::wordsOf(each.line);
         const RunCommand run{words.front(), {words.begin() + 1, words.end()}};
         const auto tools =
             test::cannedTools({{each.line, each.answer},

@@ -9,8 +9,8 @@
 #include <filesystem>
 
 #include "core/platform/files.h"
-#include "core/platform/path_text.h"
 #include "tests/support/test_home.h"
+#include "tests/support/trashing.h"
 
 namespace brindle::test {
 namespace {
@@ -32,21 +32,8 @@ class PutBackTest : public testing::Test {
     void trashAll(const Texts& paths) {
         Receipt receipt;
         receipt.id.bytes[0] = 7;
-        ReceiptEntry& entry = receipt.entries.emplace_back();
-        entry.paths = paths;
-        entry.bytes = 4096;
-        entry.method = RemovalMethod::trashed;
-        entry.trashedPaths.emplace();
-        entry.trashedObjects.emplace();
-        for (const std::string& path : paths) {
-            const FileStatus status = *statusOf(path);
-            OpenFolder parent;
-            ASSERT_EQ(parent.openWithoutLinks(folderOf(path)), 0);
-            const auto put = trash.put(parent, {std::string(lastComponent(path)), path, status, {}});
-            ASSERT_TRUE(put) << put.error().describe();
-            entry.trashedPaths->push_back(put->path);
-            entry.trashedObjects->push_back({path, put->path, status.device, status.inode, status.mode});
-        }
+        receipt.entries.emplace_back().bytes = 4096;
+        trashInto(receipt.entries.front(), trash, paths);
         ASSERT_TRUE(store.append(receipt));
     }
 
@@ -121,57 +108,44 @@ TEST_F(PutBackTest, BringsEverythingBackAsItWasAndSaysSoInTheHistory) {
 }
 
 TEST_F(PutBackTest, NeverOverwritesAndKnowsWhatItPutsBack) {
-    struct Case {
-        const char* what;
-        std::function<void(const std::string& path, const std::string& trashed)> happened;
-        End end;
-        std::string sentence;
-        std::string place = {};
-    };
-    const Case cases[] = {
-        {"in the way", [&](auto&, auto&) { home.link("item", "nowhere"); }, End::occupied, "never"},
-        {"another name", [&](auto&, auto&) { home.text("item", "new"); }, End::done, "", "made/other"},
-        {"emptied", [&](auto&, auto&) { fs::remove_all(home.path(".local")); }, End::gone,
-         "no longer in the Trash"},
-        {"swapped in the Trash",
+    using Change = std::function<void(const std::string& path, const std::string& trashed)>;
+    const std::tuple<const char*, End, const char*, std::string, Change> cases[] = {
+        {"in the way", End::occupied, "never", "", [&](auto&, auto&) { home.link("item", "nowhere"); }},
+        {"another name", End::done, "", "made/other", [&](auto&, auto&) { home.text("item", "new"); }},
+        {"emptied", End::gone, "no longer in the Trash", "",
+         [&](auto&, auto&) { fs::remove_all(home.path(".local")); }},
+        {"swapped in the Trash", End::replaced, "left there", "",
          [&](auto&, auto& trashed) {
-             fs::rename(trashed, home.path("away"));
-             home.text(".local/share/Trash/files/item", "other");
-         },
-         End::replaced, "left there"},
-        {"moved, but not recorded", [](auto& path, auto& trashed) { fs::rename(trashed, path); },
-         End::wasBack, "back already"},
-        {"the same under another name",
-         [&](auto&, auto& trashed) { fs::rename(trashed, home.path("other")); }, End::wasBack, "", "other"},
-        {"a file for a folder", [&](auto&, auto&) { home.text("blocked", "x"); }, End::failed, "no folder",
-         "blocked/item"},
-        {"a link for a folder", [&](auto&, auto&) { home.link("linked", "/"); }, End::failed, "a link leads",
-         "linked/tmp/x"},
-        {"another volume", [](auto&, auto&) {}, End::failed, "another volume", "/proc/item"},
+             fs::rename(trashed, home.path("away")), home.text(".local/share/Trash/files/item", "other");
+         }},
+        {"moved, but not recorded", End::wasBack, "back already", "",
+         [](auto& path, auto& trashed) { fs::rename(trashed, path); }},
+        {"the same under another name", End::wasBack, "", "other",
+         [&](auto&, auto& trashed) { fs::rename(trashed, home.path("other")); }},
+        {"a file for a folder", End::failed, "no folder", "blocked/item",
+         [&](auto&, auto&) { home.text("blocked", "x"); }},
+        {"a link for a folder", End::failed, "a link leads", "linked/tmp/x",
+         [&](auto&, auto&) { home.link("linked", "/"); }},
+        {"another volume", End::failed, "another volume", "/proc/item", [](auto&, auto&) {}},
     };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.what);
+    for (const auto& [what, end, sentence, name, happened] : cases) {
+        SCOPED_TRACE(what);
         clearHome();
         const std::string path = home.text("item", "old");
         trashAll({path});
-        each.happened(path, kept().trashedPaths->at(0));
+        happened(path, kept().trashedPaths->at(0));
         std::optional<std::string> place;
-        if (!each.place.empty()) place = each.place.starts_with('/') ? each.place : home.path(each.place);
+        if (!name.empty()) place = name.starts_with('/') ? name : home.path(name);
         const PutBackResult result = restoredOne(place);
-        EXPECT_EQ(result.end, each.end);
-        EXPECT_THAT(result.sentence, HasSubstr(each.sentence));
+        EXPECT_EQ(result.end, end);
+        EXPECT_THAT(result.sentence, HasSubstr(sentence));
         EXPECT_EQ(kept().trashedPaths.has_value(), !result.isBack());
         EXPECT_EQ(readFile(place.value_or(path)) == "old", result.isBack());
     }
 }
 
 TEST_F(PutBackTest, KnowsThingsByWhatTheReceiptHas) {
-    struct Case {
-        const char* what;
-        End one, two;
-        void (*change)(ReceiptEntry& entry);
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, End, End, void (*)(ReceiptEntry&)> cases[] = {
         {"another device number, as after a restart", End::done, End::done,
          [](auto& entry) { entry.trashedObjects->at(0).device ^= 0x55; }},
         {"places alone, and a failure", End::failed, End::failed,
@@ -180,14 +154,14 @@ TEST_F(PutBackTest, KnowsThingsByWhatTheReceiptHas) {
         {"one twice", End::done, End::wasBack,
          [](auto& entry) { entry.trashedPaths->at(1) = entry.trashedPaths->at(0); }},
     };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.what);
+    for (const auto& [what, one, two, change] : cases) {
+        SCOPED_TRACE(what);
         clearHome();
         trashAll({home.text("one", "1"), home.text("two", "2")});
-        alter(each.change);
+        alter(change);
         const auto outcome = restore();
-        EXPECT_EQ(outcome->results.at(0).end, each.one);
-        EXPECT_EQ(outcome->results.at(1).end, each.two);
+        EXPECT_EQ(outcome->results.at(0).end, one);
+        EXPECT_EQ(outcome->results.at(1).end, two);
         if (!kept().trashedPaths || kept().trashedPaths->size() > 1) continue;
         // Its place is not known, but who names one gets it back.
         const auto named = restore({.place = home.path("named")});

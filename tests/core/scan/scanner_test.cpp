@@ -2,52 +2,51 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "core/scan/cancellation_flag.h"
 #include "core/scan/report_json.h"
+#include "core/scan/scan_context.h"
+#include "tests/support/git_home.h"
 #include "tests/support/item_checks.h"
+#include "tests/support/sample_item.h"
 #include "tests/support/sample_project.h"
 
 namespace brindle {
 namespace {
 
+using std::chrono::sys_seconds;
+using test::GitHome;
 using Reason = UnreachableLocation::Reason;
 using test::contextOf;
 
-CleanupItem itemOf(std::string id, std::uint64_t bytes, Classification classification = Classification::safe,
-                   std::vector<std::string> unreadable = {}, std::vector<std::string> foreign = {}) {
-    CleanupItemFields fields;
-    fields.id = std::move(id);
-    fields.measurement.allocatedBytes = bytes;
-    fields.measurement.unreadablePaths = std::move(unreadable);
-    fields.measurement.otherVolumePaths = std::move(foreign);
-    fields.classification = classification;
-    fields.removal = {RunCommand{"brew", {"autoremove"}}};
-    return CleanupItem(std::move(fields));
+CleanupItem itemOf(const std::string& id, std::uint64_t bytes,
+                   Classification classification = Classification::safe) {
+    return test::itemOf(id, {RunCommand{"brew", {"autoremove"}}}, classification, bytes);
 }
 
-// A module that answers what it is told to.
-class FixedModule : public ScanModule {
+// A module that does in its scan what it is told to.
+class ToldModule : public ScanModule {
   public:
-    explicit FixedModule(ModuleResult result, int milliseconds = 0)
-        : result_(std::move(result)), pause_(milliseconds) {}
-    ModuleID id() const override { return result_.moduleID; }
+    using Told = std::function<ModuleResult(const ScanContext&)>;
+    ToldModule(ModuleID id, Told told) : id_(id), told_(std::move(told)) {}
+    ModuleID id() const override { return id_; }
     bool isPresent(const ScanContext&) const override { return true; }
-    ModuleResult scan(const ScanContext& context) const override {
-        std::this_thread::sleep_for(std::chrono::milliseconds(pause_));
-        for (const char* stray : {"/stray", "/b"})
-            if (id() == ModuleID::go) context.diagnostics->record(stray, Reason::permissionDenied);
-        return result_;
-    }
+    ModuleResult scan(const ScanContext& context) const override { return told_(context); }
 
   private:
-    ModuleResult result_;
-    int pause_;
+    ModuleID id_;
+    Told told_;
 };
 
-std::shared_ptr<const ScanModule> module(ModuleResult result, int milliseconds = 0) {
-    return std::make_shared<FixedModule>(std::move(result), milliseconds);
+std::shared_ptr<const ScanModule> module(const ModuleResult& result, int milliseconds = 0) {
+    return std::make_shared<ToldModule>(result.moduleID, [=](const ScanContext& context) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        for (const char* stray : {"/stray", "/b"})
+            if (result.moduleID == ModuleID::go) context.diagnostics->record(stray, Reason::permissionDenied);
+        return result;
+    });
 }
 
 std::vector<std::string> paths(const std::vector<UnreachableLocation>& locations) {
@@ -59,12 +58,11 @@ std::vector<std::string> paths(const std::vector<UnreachableLocation>& locations
 TEST(Scanner, MergesModulesLargestFirstAndNamesEveryPlaceOnce) {
     test::TestHome home;
     const UnreachableLocation own{"/b", Reason::toolchainNotRunning, "start it"};
+    CleanupItem late = itemOf("xcode.late", 10);
+    late.measurement.unreadablePaths = {"/c", "/b"};
+    late.measurement.otherVolumePaths = {"/a", "/c"};
     const ModuleList modules = {
-        module({ModuleID::xcode,
-                {itemOf("xcode.late", 10, Classification::safe, {"/c", "/b"}, {"/a", "/c"})},
-                {own},
-                true},
-               60),
+        module({ModuleID::xcode, {late}, {own}, true}, 60),
         module({ModuleID::xcode, {itemOf("xcode.early", 5, Classification::protected_)}, {}, false}),
         module({ModuleID::go, {itemOf("go.large", 100, Classification::review)}, {}, true}),
         module({ModuleID::node, {}, {}, false}),
@@ -162,6 +160,153 @@ TEST(ReportJson, TellsOfEachProjectWhichOthersLookAlike) {
     const auto projects = reportJson(report, "/h")["projects"];
     EXPECT_EQ(projects[0]["relations"][0]["otherPath"], report.projects[1].path);
     EXPECT_TRUE(projects[2]["relations"].is_array() && projects[2]["relations"].empty());
+}
+
+constexpr std::int64_t kLastUsed = 1'700'000'000;
+
+struct Found {
+    ScanReport report;
+    std::vector<ModuleID> finished;
+
+    std::vector<CleanupItem> items() const { return report.allItems(); }
+};
+
+Found scan(const GitHome& home, int daysLater, ScanRequest request = {}) {
+    Found found;
+    request.projectRoots = {"P"};
+    request.tools = home.tools();
+    request.onModuleFinished = [&](const ModuleResult& result) { found.finished.push_back(result.moduleID); };
+    ScanContext context = test::contextOf(home);
+    context.now = TimePoint(std::chrono::seconds(kLastUsed) + std::chrono::days(daysLater));
+    found.report = Scanner({}).scan(context, request);
+    return found;
+}
+
+TEST(ScannerProjects, OffersWhatWasLeftAlone) {
+    test::speakEnglish();
+    GitHome home;
+    // Many that may be bare repositories, and are none.
+    home.shell("P/lantern",
+               "mkdir samples; cd samples; mkdir $(seq 1001); for i in *; do echo > $i/HEAD; done");
+    home.untouchedProject("P/lantern", kLastUsed);
+    EXPECT_TRUE(scan(home, 29).items().empty());
+    const Found found = scan(home, 90);
+    ASSERT_EQ(found.report.projects.size(), 1U);
+    EXPECT_EQ(found.finished, std::vector{ModuleID::projects});
+    ASSERT_EQ(found.items().size(), 1U);
+    const CleanupItem item = found.items().front();
+    EXPECT_EQ(item.classification, Classification::safe);
+    EXPECT_EQ(item.removal.affectedPaths(), std::vector{home.path("P/lantern/node_modules")});
+    EXPECT_EQ(item.pathIdentities.size(), 1U);
+    EXPECT_EQ(item.bytes(), found.report.projects.front().rebuildableBytes());
+}
+
+TEST(ScannerProjects, OffersNothingThatTheUserProtectsOrSwitchesOff) {
+    test::speakEnglish();
+    GitHome home;
+    home.untouchedProject("P/lantern", kLastUsed);
+    const Found kept = scan(home, 100, {.protectedPaths = {home.path("P/lantern/src")}});
+    EXPECT_EQ(kept.items().front().classification, Classification::safe) << "another folder of the project";
+    const Found held = scan(home, 100, {.protectedPaths = {home.path("P")}});
+    EXPECT_EQ(held.items().front().classification, Classification::protected_);
+    EXPECT_EQ(test::factOf(held.items().front(), "Not removed because"), "inside a protected path: ~/P");
+    for (const ScanRequest& request :
+         {ScanRequest{.disabledModules = {ModuleID::projects}}, ScanRequest{.includeProjects = false}}) {
+        const Found none = scan(home, 100, request);
+        EXPECT_TRUE(none.report.projects.empty() && none.finished.empty());
+    }
+}
+
+TEST(ScannerProjects, TellsModulesOfProjectsAndOfWhatCouldNotBeReadWhateverIsIncluded) {
+    GitHome home;
+    home.file("P/lantern/go.mod");
+    std::string deep = "P/deep";
+    for (int level = 1; level <= 32; ++level) deep += "/d";
+    home.folder(deep);
+    for (const bool areIncluded : {false, true}) {
+        ProjectPlaces places;
+        const auto asking = std::make_shared<ToldModule>(ModuleID::python, [&](const ScanContext& context) {
+            places = context.projectPlaces();
+            return ModuleResult{ModuleID::python, {}, {}, true};
+        });
+        const ScanRequest request{
+            .includeProjects = areIncluded, .projectRoots = {"P"}, .tools = home.tools()};
+        const ScanReport report = Scanner({asking}).scan(test::contextOf(home), request);
+        EXPECT_EQ(places.paths, std::set{home.path("P/lantern")});
+        EXPECT_EQ(places.unread, std::set{home.path(deep)});
+        EXPECT_EQ(report.unreachable().at(0).reason, UnreachableLocation::Reason::searchDepth);
+    }
+}
+
+TEST(ScanContext, SaysOfAVanishedFileThatItIsGone) {
+    test::TestHome home;
+    home.file("cache/data");
+    ScanContext context = contextOf(home);
+    context.isCancelled = [&, polls = 0]() mutable {
+        // Asked once before the walk and once before each entry: the folder has been listed by then.
+        if (++polls == 2) std::filesystem::remove(home.path("cache/data"));
+        return false;
+    };
+    EXPECT_TRUE(context.measure(home.path("cache")));
+    EXPECT_EQ(context.diagnostics->reason(home.path("cache/data")), Reason::missing);
+}
+
+TEST(ScanContextUnprivileged, RecordsWhatItCouldNotRead) {
+    if (!test::permissionsApply()) GTEST_SKIP() << test::kNeedsUnprivilegedUser;
+    test::TestHome home;
+    home.file("cache/closed/data");
+    home.mode("cache/closed", 0000);
+    const ScanContext context = contextOf(home);
+    EXPECT_TRUE(context.measure(home.path("cache")));
+    EXPECT_TRUE(context.children(home.path("cache/closed")).empty());
+    EXPECT_TRUE(context.children(home.path("nowhere")).empty());
+    EXPECT_EQ(context.diagnostics->paths(), std::vector{home.path("cache/closed")});
+
+    home.file("shut/tool/cache/data");
+    home.mode("shut", 0000);
+    EXPECT_FALSE(context.measure(home.path("shut/tool/cache")));
+    EXPECT_EQ(context.diagnostics->paths(), (std::vector{home.path("cache/closed"), home.path("shut")}));
+}
+
+TEST(ScanContext, ListsChildrenWithTheirOwnTimes) {
+    test::TestHome home;
+    home.folder("folder/b");
+    home.file("folder/.hidden");
+    home.file("folder/a");
+    home.modified("folder/a", 1000);
+    const auto children = contextOf(home).children(home.path("folder"));
+    ASSERT_EQ(children.size(), 2U);
+    EXPECT_EQ(children[0], (ChildEntry{home.path("folder/a"), sys_seconds(std::chrono::seconds(1000))}));
+    EXPECT_EQ(children[1].path, home.path("folder/b"));
+}
+
+TEST(ScanContext, SaysAgesAsPeopleDo) {
+    test::speakEnglish();
+    test::TestHome home;
+    const ScanContext context = contextOf(home);
+    const auto now = std::chrono::floor<std::chrono::seconds>(context.now);
+    using Row = std::pair<int, const char*>;
+    for (const auto& [days, text] : {Row{-400, "today"}, Row{0, "today"}, Row{1, "yesterday"},
+                                     Row{29, "29 days ago"}, Row{30, "last month"}, Row{60, "2 months ago"},
+                                     Row{364, "12 months ago"}, Row{365, "over a year ago"}}) {
+        // An hour beside the full day: a change of daylight saving between must not move the row.
+        EXPECT_EQ(context.relativeAge(now - std::chrono::days(days) - std::chrono::hours(2)), text) << days;
+    }
+    EXPECT_EQ(context.relativeAge(std::nullopt), "unknown");
+    EXPECT_EQ(context.relativeAge(sys_seconds::min()), "unknown");
+    EXPECT_FALSE(context.days(std::nullopt));
+    EXPECT_EQ(context.displayPath(home.path("a")), "~/a");
+    EXPECT_EQ(context.displayPath(home.path() + "-other/a"), home.path() + "-other/a");
+}
+
+TEST(ScanDiagnostics, KeepsTheFirstRealFailureOfAPath) {
+    ScanDiagnostics diagnostics;
+    using enum UnreachableLocation::Reason;
+    for (const Reason reason : {differentVolume, permissionDenied, missing}) diagnostics.record("/z", reason);
+    for (const Reason reason : {searchDepth, differentVolume}) diagnostics.record("/a", reason);
+    using Entries = std::vector<std::pair<std::string, Reason>>;
+    EXPECT_EQ(diagnostics.entries(),
+              (Entries{{"/a", Reason::differentVolume}, {"/z", Reason::permissionDenied}}));
 }
 
 }  // namespace

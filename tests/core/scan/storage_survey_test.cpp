@@ -39,6 +39,7 @@ TEST(StorageBreakdown, SumsToTheCapacityAndCutsDocumentsFirst) {
         EXPECT_EQ(slices.at(2).storedBlockedReason, row.survey.documents.blockedReason);
     }
     EXPECT_EQ(storageBreakdown(std::nullopt, 7, {}).size(), 1U);
+    EXPECT_EQ((DiskInfo{"v", 100, 130}.usedBytes()), 0U);
 }
 
 // A home with apps and docs, and what the modules of one scan counted in it.
@@ -86,44 +87,34 @@ struct Scanned {
 };
 
 TEST(SurveyWalk, CountsWithTheModulesWhatDuCountsOfAll) {
-    struct Row {
-        const char* what;
-        std::function<void(Scanned&)> count;
-        std::vector<std::string> outside;  // what the modules counted beside apps, docs and down
-    };
-    const Row rows[] = {
-        {"nothing is counted", [](Scanned&) {}, {}},
-        {"a project that is not offered", [](Scanned& scanned) { scanned.walkProject("docs/p", false); }, {}},
-        {"one that is", [](Scanned& scanned) { scanned.walkProject("docs/p", true); }, {}},
+    using Places = std::vector<std::string>;  // what the modules counted beside apps, docs and down
+    const std::tuple<const char*, Places, std::function<void(Scanned&)>> rows[] = {
+        {"nothing is counted", {}, [](Scanned&) {}},
+        {"a project that is not offered", {}, [](Scanned& scanned) { scanned.walkProject("docs/p", false); }},
+        {"one that is", {}, [](Scanned& scanned) { scanned.walkProject("docs/p", true); }},
         {"a link first seen outside",
-         [](Scanned& scanned) {
-             scanned.count({"store"});
-             scanned.walkProject("docs/p", true);
-         },
-         {"store"}},
+         {"store"},
+         [](Scanned& scanned) { scanned.count({"store"}), scanned.walkProject("docs/p", true); }},
         {"a link first seen in what is not offered",
-         [](Scanned& scanned) {
-             scanned.walkProject("docs/p", false);
-             scanned.count({"store"});
-         },
-         {"store"}},
+         {"store"},
+         [](Scanned& scanned) { scanned.walkProject("docs/p", false), scanned.count({"store"}); }},
         {"an item within another",
+         {},
          [](Scanned& scanned) {
              scanned.count({"docs/p/target/deep"});
              scanned.items.front().measurement = {};  // the outer one counts it again
              scanned.items.front().measurement.places = {scanned.home.path("docs/p/target/deep")};
              scanned.context.hardlinks = std::make_shared<HardlinkTracker>();
              scanned.count({"docs/p"});
-         },
-         {}},
-        {"an item that holds one of the folders", [](Scanned& scanned) { scanned.count({"down"}); }, {}},
+         }},
+        {"an item that holds one of the folders", {}, [](Scanned& scanned) { scanned.count({"down"}); }},
         {"an item in and outside",
-         [](Scanned& scanned) { scanned.count({"docs/p/target", "store"}); },
-         {"store"}},
-        {"an item behind a link", [](Scanned& scanned) { scanned.count({"toDocs/p/target"}); }, {}},
-        {"an item that is a link", [](Scanned& scanned) { scanned.count({"docs/p/toStore"}); }, {}},
+         {"store"},
+         [](Scanned& scanned) { scanned.count({"docs/p/target", "store"}); }},
+        {"an item behind a link", {}, [](Scanned& scanned) { scanned.count({"toDocs/p/target"}); }},
+        {"an item that is a link", {}, [](Scanned& scanned) { scanned.count({"docs/p/toStore"}); }},
     };
-    for (const Row& row : rows) {
+    for (const auto& [what, outside, count] : rows) {
         Scanned scanned;
         TestHome& home = scanned.home;
         home.file("apps/program", 40'000);
@@ -139,15 +130,15 @@ TEST(SurveyWalk, CountsWithTheModulesWhatDuCountsOfAll) {
         home.hardLink("apps/again", "docs/letter");
         home.link("toDocs", "docs");
         home.link("docs/p/toStore", "../../store");
-        row.count(scanned);
+        count(scanned);
         const StorageSurvey survey = scanned.survey();
         std::vector<std::string> all = {home.path("apps"), home.path("docs"), home.path("down")};
-        for (const std::string& place : row.outside) all.push_back(home.path(place));
-        ASSERT_TRUE(survey.applications.bytes && survey.documents.bytes) << row.what;
+        for (const std::string& place : outside) all.push_back(home.path(place));
+        ASSERT_TRUE(survey.applications.bytes && survey.documents.bytes) << what;
         EXPECT_EQ(scanned.developerBytes() + *survey.applications.bytes + *survey.documents.bytes,
                   diskUsage(all))
-            << row.what;
-        EXPECT_EQ(*survey.applications.bytes, diskUsage(home.path("apps"))) << row.what;
+            << what;
+        EXPECT_EQ(*survey.applications.bytes, diskUsage(home.path("apps"))) << what;
     }
 }
 

@@ -2,30 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <tuple>
 
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
+#include "tests/support/sample_item.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
 namespace {
 
+using test::itemOf;
 using test::TestHome;
-
-CleanupItem itemOf(const std::string& id, RemovalStrategy removal, Classification classification) {
-    CleanupItemFields fields;
-    fields.id = id;
-    fields.moduleID = ModuleID::python;
-    fields.measurement.allocatedBytes = 4096;
-    fields.classification = classification;
-    fields.removal = std::move(removal);
-    return CleanupItem(std::move(fields));
-}
 
 CleanupItem pathItem(const std::vector<std::string>& paths,
                      Classification classification = Classification::safe) {
-    return itemOf("python.pip", {DeletePaths{paths}}, classification);
+    return itemOf("python.pip", {DeletePaths{paths}}, classification, 4096);
 }
 
 ScanReport reportOf(std::vector<CleanupItem> items) {
@@ -84,12 +76,7 @@ TEST(CleanupPlan, LeavesAloneWhateverChanged) {
     otherMode.pathIdentities.at(one).mode ^= 0100;
     const CleanupItem missing = pathItem({home.path("new")});
     home.file("new");
-    struct Case {
-        const char* said;
-        CleanupItem planned;
-        std::vector<CleanupItem> offered;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, CleanupItem, std::vector<CleanupItem>> cases[] = {
         {"", planned, {planned}},
         {"", both, {pathItem({two, one})}},
         {"no longer offered", planned, {}},
@@ -107,10 +94,10 @@ TEST(CleanupPlan, LeavesAloneWhateverChanged) {
         {"other means now", command, {removedBy({DeletePaths{{one}}})}},
         {"other means now", removedBy({DeletePaths{{one}}}), {command}},
     };
-    for (const Case& each : cases) {
-        const std::string change = changeBetween(each.planned, each.offered);
-        EXPECT_EQ(change.empty(), std::string(each.said).empty()) << each.said << ": " << change;
-        EXPECT_TRUE(change.contains(each.said)) << each.said << ": " << change;
+    for (const auto& [said, before, offered] : cases) {
+        const std::string change = changeBetween(before, offered);
+        EXPECT_EQ(change.empty(), said.empty()) << said << ": " << change;
+        EXPECT_TRUE(change.contains(said)) << said << ": " << change;
     }
 }
 
@@ -127,14 +114,9 @@ TEST(CleanupPlan, RefusesWhatIsNoWholePlan) {
     TestHome home;
     const std::string good = planText(planOf(pathItem({home.file("one")})));
     ASSERT_TRUE(planFromText(good));
-    std::vector<std::string> hostile = {"",
-                                        "null",
-                                        "[]",
-                                        "{}",
-                                        "\xff",
-                                        good + good,
-                                        std::string(100'000, '['),
-                                        good.substr(0, good.size() / 2)};
+    const std::string half = good.substr(0, good.size() / 2);
+    std::vector<std::string> hostile = {"", "null", "[]", "{}", "\xff", half, good + good};
+    hostile.emplace_back(100'000, '[');
     const std::pair<const char*, const char*> changes[] = {{"\"version\": 1", "\"version\": 2"},
                                                            {"cleanup plan", "history"},
                                                            {"\"items\"", "\"things\""},

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "core/session/session.h"
+#include "tests/support/sample_item.h"
 #include "tests/support/test_home.h"
 
 namespace brindle {
@@ -88,14 +89,6 @@ class Swapper {
     int turn_ = 0;
 };
 
-CleanupItem itemAt(const std::string& path, Classification classification) {
-    CleanupItemFields fields;
-    fields.id = fields.title = path;
-    fields.classification = classification;
-    fields.removal = {DeletePaths{{path}}};
-    return CleanupItem(std::move(fields));
-}
-
 void fill(const TestHome& home, const std::string& folder, const std::string& name, int files) {
     std::error_code failed;
     fs::create_directories(home.path(folder + "/deep"), failed);
@@ -160,7 +153,7 @@ TEST(SessionAttack, RemovesNothingThatWasSwappedIn) {
             // One of before may lie there still, brought back by the attacker after its cleanup had given up.
             const auto there = failed ? PathIdentity::read(path) : fresh;
             const bool isOurs = there && std::ranges::find(approved, *there) != approved.end();
-            CleanupItem item = itemAt(path, classification);
+            CleanupItem item = test::itemOf(path, {DeletePaths{{path}}}, classification);
             item.pathIdentities = {{path, isOurs ? *there : *fresh}};
             order.items.push_back(std::move(item));
         }

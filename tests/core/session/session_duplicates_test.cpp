@@ -101,51 +101,29 @@ TEST_F(SessionDuplicates, BeginsNothingThatWouldTakeTheLastCopyOrAnythingElse) {
 }
 
 TEST_F(SessionDuplicates, RefusesACopyThatIsNoLongerWhatWasCompared) {
-    struct Case {
-        const char* name;
-        std::function<void()> change;
-        std::string reason;
-    };
+    using Case = std::tuple<const char*, std::string, std::function<void()>>;
     int open = -1;
     const std::string changed = "The file changed since the scan. Scan and review it again.";
     const std::string mustRemain =
         "A verified unchanged copy must remain; only developer export archives can be moved to Trash.";
-    for (const auto& [name, change, reason] : std::vector<Case>{
-             {"another content of the same age", [&] { copy("a.ipa", "an EXPORT"); }, changed},
-             {"the same content anew",
-              [&] {
-                  copy("new", "an export");
-                  fs::rename(at("new"), at("a.ipa"));
-              },
-              changed},
-             {"a link to the copy that stays",
-              [&] {
-                  fs::remove(at("a.ipa"));
-                  home.link("Downloads/a.ipa", at("c.ipa"));
-              },
-              "that path is a symlink"},
-             {"another name", [&] { home.hardLink("Downloads/second", "Downloads/a.ipa"); }, changed},
-             {"gone", [&] { fs::remove(at("a.ipa")); }, changed},
-             {"the folder is a link now",
-              [&] {
-                  fs::rename(at(""), home.path("moved"));
-                  home.link("Downloads", home.path("moved"));
-              },
-              "a parent directory is a symlink"},
-             {"open", [&] { open = ::open(at("a.ipa").c_str(), O_RDONLY | O_CLOEXEC); },
-              "A program has the file open, or that could not be told."},
-             {"the copies that stay have changed",
-              [&] {
-                  copy("b.IPA", "an EXPORT");
-                  fs::remove(at("c.ipa"));
-              },
-              mustRemain},
-             {"protected meanwhile",
-              [&] {
+    for (const auto& [name, reason, change] : std::vector<Case>{
+             {"another content of the same age", changed, [&] { copy("a.ipa", "an EXPORT"); }},
+             {"the same content anew", changed,
+              [&] { copy("new", "an export"), fs::rename(at("new"), at("a.ipa")); }},
+             {"a link to the copy that stays", "that path is a symlink",
+              [&] { fs::remove(at("a.ipa")), home.link("Downloads/a.ipa", at("c.ipa")); }},
+             {"another name", changed, [&] { home.hardLink("Downloads/second", "Downloads/a.ipa"); }},
+             {"gone", changed, [&] { fs::remove(at("a.ipa")); }},
+             {"the folder is a link now", "a parent directory is a symlink",
+              [&] { fs::rename(at(""), home.path("moved")), home.link("Downloads", home.path("moved")); }},
+             {"open", "A program has the file open, or that could not be told.",
+              [&] { open = ::open(at("a.ipa").c_str(), O_RDONLY | O_CLOEXEC); }},
+             {"the copies that stay have changed", mustRemain,
+              [&] { copy("b.IPA", "an EXPORT"), fs::remove(at("c.ipa")); }},
+             {"protected meanwhile", "inside a protected path: ~/Downloads", [&] {
                   home.text(".config/brindle/preferences.json",
                             R"({"brindle.protectedPaths": [")" + home.path("Downloads") + "\"]}");
-              },
-              "inside a protected path: ~/Downloads"}}) {
+              }}}) {
         const FoundDuplicates duplicates = found();
         change();
         const auto before = left();

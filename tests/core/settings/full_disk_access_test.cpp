@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <tuple>
 
 #include "tests/support/test_home.h"
@@ -21,18 +20,11 @@ FullDiskAccess accessIn(const TestHome& home) {
     return FullDiskAccess(home.path(), home.path("system"));
 }
 
-TEST(FullDiskAccess, IsGrantedWhereNoProbeExists) {
-    TestHome home;
-    home.folder("Library");
-    EXPECT_TRUE(accessIn(home).isGranted());
-    const std::string report = accessIn(home).report();
-    EXPECT_EQ(std::ranges::count(report, '\n'), 11);
-    EXPECT_THAT(report, HasSubstr(home.path("Library/Mail: not there\n")));
-}
-
 // A folder where a file is expected cannot be read as one, whoever runs this.
 TEST(FullDiskAccess, IsNotGrantedWhenEveryExistingProbeFails) {
     TestHome home;
+    EXPECT_TRUE(accessIn(home).isGranted()) << "there is nothing to try it with";
+    EXPECT_THAT(accessIn(home).report(), HasSubstr(home.path("Library/Mail: not there\n")));
     home.folder("system/Application Support/com.apple.TCC/TCC.db");
     EXPECT_FALSE(accessIn(home).isGranted());
     EXPECT_THAT(accessIn(home).report(), HasSubstr("/TCC.db: could not read: Is a directory\n"));
