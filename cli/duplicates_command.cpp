@@ -10,6 +10,7 @@
 #include "cli/duplicates_page.h"
 #include "cli/item_lookup.h"
 #include "cli/page_rows.h"
+#include "core/platform/machine.h"
 #include "core/platform/path_text.h"
 #include "core/text/core_strings.h"
 #include "core/text/printable.h"
@@ -74,15 +75,15 @@ std::vector<DuplicateChoice> choicesFrom(const FoundDuplicates& found, const std
     for (const DuplicateGroup& group : found.report.groups) {
         const auto kept = keptOf(found, group, keep, place);
         if (kept.empty()) continue;
-        // Clones of each other free nothing, so no promise is made of them.
-        DuplicateChoice choice{.kept = kept.front()->path,
-                               .moved = {},
-                               .bytesEach = group.sharesStorage() ? 0 : group.bytesEach()};
+        DuplicateChoice choice{.kept = kept.front()->path, .moved = {}};
         for (const DuplicateFile& file : group.files) {
-            if (found.mayGo(file) && std::ranges::find(kept, &file) == kept.end())
+            const bool isWanted = place && isAtOrBelow(file.path, *place);
+            if (found.mayGo(file) && !isWanted && std::ranges::find(kept, &file) == kept.end())
                 choice.moved.push_back(file.path);
         }
-        if (!choice.moved.empty()) choices.push_back(std::move(choice));
+        if (choice.moved.empty()) continue;
+        choice.bytes = group.bytesFreedWithout({choice.moved.begin(), choice.moved.end()});
+        choices.push_back(std::move(choice));
     }
     return choices;
 }
@@ -111,14 +112,20 @@ Outcome carryOut(const CommandContext& context, const FoundDuplicates& found,
     return {code, outcomeJson({.outcome = *outcome, .items = {}, .leftAlone = {}})};
 }
 
-Outcome trashCopies(const CommandContext& context, const FoundDuplicates& found) {
+std::expected<Wish, Outcome> placeToKeep(const CommandContext& context) {
     const std::string& keep = context.options.duplicates.keep;
-    Wish place;
-    if (keep != "oldest" && keep != "newest") {
-        place = absolutePath(keep, context.surroundings.workingFolder, context.session.home());
-        if (!place) return refusal(context, ExitCode::failed, localized("the current folder is gone"));
+    if (keep == "oldest" || keep == "newest") return std::nullopt;
+    const auto place = absolutePath(keep, context.surroundings.workingFolder, context.session.home());
+    if (!place) {
+        return std::unexpected(refusal(context, ExitCode::failed, localized("the current folder is gone")));
     }
-    const std::vector<DuplicateChoice> choices = choicesFrom(found, keep, place);
+    auto real = canonicalPath(*place);
+    if (real) return *std::move(real);
+    return std::unexpected(refusal(context, ExitCode::notFound, "--keep: " + real.error().describe()));
+}
+
+Outcome trashCopies(const CommandContext& context, const FoundDuplicates& found, const Wish& place) {
+    const std::vector<DuplicateChoice> choices = choicesFrom(found, context.options.duplicates.keep, place);
     if (choices.empty())
         return refusal(context, ExitCode::kNothingToDo, localized("there is no copy that may be moved"));
     if (!context.options.isJson) context.streams.writeMessage(duplicateIntentText(choices, context.look));
@@ -139,10 +146,13 @@ Outcome runDuplicates(const CommandContext& context) {
     const auto root =
         absolutePath(context.options.subject, context.surroundings.workingFolder, context.session.home());
     if (!root) return refusal(context, ExitCode::failed, localized("the current folder is gone"));
+    std::expected<Wish, Outcome> place;
+    if (wish.trashes) place = placeToKeep(context);
+    if (!place) return place.error();
     const auto found = searched(context, *root);
     if (!found) return refusal(context, ExitCode::failed, found.error());
     if (found->report.cancelled) return {ExitCode::interrupted, resultOf(context, *found)};
-    if (wish.trashes) return trashCopies(context, *found);
+    if (wish.trashes) return trashCopies(context, *found, *place);
     return {unlessInterrupted(context), resultOf(context, *found)};
 }
 

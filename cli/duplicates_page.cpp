@@ -43,7 +43,10 @@ std::string fileLine(const DuplicateFile& file, const FoundDuplicates& found, co
     const std::string modified = minuteText(file.modified).value_or("");
     const std::string tag = found.mayGo(file) ? localized("can be moved") : localized("inspection only");
     std::string text = std::string(kIndent, ' ') + path + "\n";
-    text += paragraphText(tag + std::string(look.glyphs.dot()) + modified, kIndent + 2, look);
+    const auto held = found.heldBack.find(file.path);
+    const std::string why =
+        held == found.heldBack.end() ? "" : std::string(look.glyphs.dot()) + printable(held->second);
+    text += paragraphText(tag + std::string(look.glyphs.dot()) + modified + why, kIndent + 2, look);
     return text;
 }
 
@@ -178,10 +181,10 @@ std::string duplicateIntentText(const std::vector<DuplicateChoice>& choices, con
     std::uint64_t bytes = 0;
     for (const DuplicateChoice& choice : choices) {
         text += localized("Kept identical copy: %@", printable(choice.kept)) + "\n";
+        bytes = addApparentBytes(bytes, choice.bytes);
         for (const std::string& path : choice.moved) {
             text += "  " + localized("Move to Trash: %@", printable(path)) + "\n";
             ++copies;
-            bytes = addApparentBytes(bytes, choice.bytesEach);
         }
     }
     const std::string sum =

@@ -15,7 +15,7 @@ namespace brindle {
 struct DuplicateChoice {
     std::string kept;
     std::vector<std::string> moved;
-    std::uint64_t bytesEach = 0;
+    std::uint64_t bytes = 0;  // that will be free
 };
 
 // Groups, then what was passed over, then the sum.

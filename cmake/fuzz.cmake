@@ -1,4 +1,4 @@
-# Fuzz targets: every tests/fuzz/NAME_fuzz.cpp defines LLVMFuzzerTestOneInput for one parser, and keeps a few inputs in
+# Fuzz targets: every tests/fuzz/NAME_fuzz.cpp says what one parser must hold (tests/fuzz/target.h), and keeps inputs in
 # tests/fuzz/corpus/NAME.
 #
 # With BRINDLE_FUZZ each becomes the fuzzer fuzz_NAME, for ./dev fuzz. In a build with tests each becomes replay_NAME,

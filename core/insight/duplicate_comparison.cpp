@@ -3,11 +3,13 @@
 #include <tbb/task_group.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <tuple>
 
 #include "core/measure/walk_workers.h"
+#include "core/platform/regular_file.h"
 
 namespace brindle {
 
@@ -25,6 +27,13 @@ void keepRepeated(std::vector<Each>& list, const Key& key) {
         run = end;
     }
     list.erase(kept, list.end());
+}
+
+// Whether the system does not let it be read, while it is there.
+bool isRefused(const std::string& path) {
+    RegularFile file;
+    const int failure = file.open(path);
+    return failure != 0 && failure != ENOENT && failure != ENOTDIR && failure != ELOOP;
 }
 
 }  // namespace
@@ -56,7 +65,12 @@ std::vector<ComparedFile> DuplicateComparison::digests(std::vector<std::uint32_t
             const std::string path = candidates_.pathOf(candidates_.files()[files[at]]);
             const std::optional<Sha256> digest = extent == Extent::whole ? reader.whole(path, seen(files[at]))
                                                                          : reader.ends(path, seen(files[at]));
-            if (digest) results[at] = {files[at], true, *digest};
+            if (digest) {
+                results[at] = {files[at], true, *digest};
+            } else if (!isStopped() && isRefused(path)) {
+                const std::scoped_lock guard(lock_);
+                unreadable_.insert(path);
+            }
         }
     };
     readerArena().execute([&] {

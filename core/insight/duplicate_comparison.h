@@ -3,6 +3,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -31,6 +34,8 @@ class DuplicateComparison {
     std::vector<ComparedFile> identical(const OpenFiles& open);
 
     bool wasCancelled() const { return isStopped_; }
+    // Those that lie there and may not be read.
+    const std::set<std::string>& unreadable() const { return unreadable_; }
 
   private:
     enum class Extent { ends, whole };
@@ -43,6 +48,8 @@ class DuplicateComparison {
     const DuplicateCandidates& candidates_;
     CancellationTest isCancelled_;
     std::atomic<bool> isStopped_ = false;
+    std::mutex lock_;  // of the next
+    std::set<std::string> unreadable_;
 };
 
 }  // namespace brindle

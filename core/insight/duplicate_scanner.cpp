@@ -8,6 +8,7 @@
 #include "core/insight/duplicate_comparison.h"
 #include "core/insight/duplicate_tables.h"
 #include "core/insight/duplicate_walk.h"
+#include "core/model/byte_sum.h"
 #include "core/platform/file_status.h"
 #include "core/platform/machine.h"
 #include "core/platform/mount_points.h"
@@ -31,23 +32,19 @@ SeenFile seenFile(const DuplicateFile& file) {
 }
 
 DuplicateFile duplicateFile(const DuplicateCandidate& found, std::string path) {
+    const auto status = statusOf(path);
+    const std::uint64_t stored = status ? bytesOfBlocks(status->blocks) : found.seen.size;
+    const std::uint64_t unstored = found.seen.size - std::min(found.seen.size, stored);
     return {.path = std::move(path),
             .identity = {.device = found.seen.device, .inode = found.seen.inode, .mode = found.mode},
             .logicalBytes = found.seen.size,
+            .unstoredBytes = unstored,
             .modified = std::chrono::sys_seconds(std::chrono::seconds(found.seen.modified)),
             .modifiedNanoseconds = found.seen.modifiedNanoseconds};
 }
 
 std::unexpected<std::string> refusal(std::string_view sentence, const std::string& path) {
     return std::unexpected(localized(sentence, printable(path)));
-}
-
-// The home itself may be under version control; what lies in it is not a project for that.
-bool isInProject(const std::string& root, const std::string& home) {
-    for (std::string folder = root; isBelow(folder, home); folder = folderOf(folder)) {
-        if (isProjectFolder(folder)) return true;
-    }
-    return false;
 }
 
 bool isInTrash(const std::string& root, const std::set<std::string>& trashes) {
@@ -137,6 +134,9 @@ std::expected<DuplicateReport, std::string> DuplicateScanner::scan(const Duplica
                            .skipped = std::move(walk.skipped),
                            .cancelled = walk.wasCancelled || comparison.wasCancelled(),
                            .knowsAllOpenFiles = open->isComplete()};
+    for (const std::string& path : comparison.unreadable())
+        report.skipped.push_back({path, SkippedLocation::Reason::unreadable});
+    std::ranges::sort(report.skipped, {}, &SkippedLocation::path);
     if (canCloneFiles(*root)) std::ranges::for_each(report.groups, numberClones);
     sortByWaste(report.groups);
     return report;

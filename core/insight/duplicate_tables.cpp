@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "core/platform/file_status.h"
 #include "core/platform/files.h"
 #include "core/platform/path_text.h"
 #include "core/projects/project_tables.h"
@@ -33,7 +34,10 @@ bool isExcludedFolder(std::string_view name) {
 
 bool isTrashFolder(std::string_view path) {
     const std::string_view name = lastComponent(path);
-    return name == ".Trash" || name.starts_with(".Trash-") || path.ends_with("/share/Trash");
+    if (name == ".Trash" || name.starts_with(".Trash-") || path.ends_with("/share/Trash")) return true;
+    // One of another data folder: XDG_DATA_HOME of another session.
+    const std::string folder(path);
+    return name == "Trash" && exists(folder + "/files") && exists(folder + "/info");
 }
 
 bool isSourceFile(std::string_view name) {
@@ -46,6 +50,13 @@ bool isSourceFile(std::string_view name) {
 bool isProjectFolder(const std::string& folder) {
     const auto entries = listFolder(folder);
     return entries && std::ranges::any_of(*entries, marksProject);
+}
+
+bool isInProject(const std::string& folder, const std::string& home) {
+    for (std::string each = folder; isBelow(each, home); each = folderOf(each)) {
+        if (isProjectFolder(each)) return true;
+    }
+    return false;
 }
 
 bool hasExcludedAncestor(std::string_view path, std::string_view home) {

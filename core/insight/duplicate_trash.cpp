@@ -5,6 +5,9 @@
 
 #include "core/insight/duplicate_scanner.h"
 #include "core/insight/duplicate_tables.h"
+#include "core/platform/file_status.h"
+#include "core/platform/machine.h"
+#include "core/platform/path_text.h"
 #include "core/text/core_strings.h"
 
 namespace brindle {
@@ -22,7 +25,7 @@ CleanupItem itemOf(const DuplicateFile& file) {
     fields.moduleID = ModuleID::tools;
     fields.title = localized("Move to Trash: %@", file.path);
     fields.detail = file.path;
-    fields.measurement.allocatedBytes = file.logicalBytes;
+    fields.measurement.allocatedBytes = file.storedBytes();
     fields.classification = Classification::review;
     fields.explanation.regeneratedBy =
         Regeneration{Regeneration::Kind::action, "Restore from Trash or copy the retained archive"};
@@ -30,6 +33,17 @@ CleanupItem itemOf(const DuplicateFile& file) {
     CleanupItem item(std::move(fields));
     item.pathIdentities = {{file.path, file.identity}};  // of when it was compared, not of now
     return item;
+}
+
+// A time of modification can be set back; this cannot.
+std::optional<std::int64_t> changeOf(const DuplicateFile& file) {
+    const auto status = statusOf(file.path);
+    return status ? std::optional(status->changedNanoseconds) : std::nullopt;
+}
+
+// Its folder may have been moved, into the Trash even, and a link left in its place.
+bool isWhereItWas(const DuplicateFile& file) {
+    return canonicalPath(file.path) == file.path;
 }
 
 }  // namespace
@@ -70,18 +84,24 @@ LastWord DuplicateTrash::lastWord(const CleanupItem& item, const std::string& ho
         return LastWord{.refusal = localized("The file changed since the scan. Scan and review it again."),
                         .note = {}};
     };
-    if (hasExcludedAncestor(file.path, home) || !DuplicateScanner::isUnchanged(file)) return changed();
+    if (hasExcludedAncestor(file.path, home) || isInProject(folderOf(file.path), home) ||
+        !DuplicateScanner::isUnchanged(file))
+        return changed();
+    std::optional<std::int64_t> keptSince;
     const auto kept = std::ranges::find_if(content.kept, [&](const DuplicateFile& each) {
-        return each.identity.inode != file.identity.inode &&
-               DuplicateScanner::hash(each, isCancelled) == content.hash;
+        keptSince = changeOf(each);
+        return each.identity.inode != file.identity.inode && isWhereItWas(each) &&
+               DuplicateScanner::isClosed(each) && DuplicateScanner::hash(each, isCancelled) == content.hash;
     });
     if (kept == content.kept.end()) return {.refusal = mustRemain(), .note = {}};
+    const auto movedSince = changeOf(file);
     if (DuplicateScanner::hash(file, isCancelled) != content.hash) return changed();
     if (!DuplicateScanner::isClosed(file))
         return {.refusal = localized("A program has the file open, or that could not be told."), .note = {}};
     // Reading takes long: both as they were, at the end of it.
-    if (!DuplicateScanner::isUnchanged(file)) return changed();
-    if (!DuplicateScanner::isUnchanged(*kept)) return {.refusal = mustRemain(), .note = {}};
+    if (!DuplicateScanner::isUnchanged(file) || changeOf(file) != movedSince) return changed();
+    if (!DuplicateScanner::isUnchanged(*kept) || changeOf(*kept) != keptSince || !isWhereItWas(*kept))
+        return {.refusal = mustRemain(), .note = {}};
     return {.refusal = {}, .note = localized("Kept identical copy: %@", kept->path)};
 }
 

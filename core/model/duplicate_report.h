@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,8 @@ struct DuplicateFile {
     std::string path;  // absolute; bytes, not text; also what identifies it
     PathIdentity identity;
     std::uint64_t logicalBytes = 0;
+    std::uint64_t unstoredBytes =
+        0;  // of these, what takes no room: holes, and what the file system compresses away
     std::chrono::sys_seconds modified = {};
     std::int32_t modifiedNanoseconds = 0;  // beyond the second
     // Files of a group with the same number other than 0 are clones: they lie on the same blocks.
@@ -28,6 +31,7 @@ struct DuplicateFile {
     bool operator==(const DuplicateFile&) const = default;
 
     bool isDeveloperExport() const { return brindle::isDeveloperExport(path); }
+    std::uint64_t storedBytes() const { return logicalBytes - unstoredBytes; }
 };
 
 struct DuplicateGroup {
@@ -37,9 +41,11 @@ struct DuplicateGroup {
     bool operator==(const DuplicateGroup&) const = default;
 
     std::uint64_t bytesEach() const { return files.empty() ? 0 : files.front().logicalBytes; }
-    // What would be free if one copy were left: nothing where all lie on the same blocks.
+    // What would be free if the largest copy on disk were left: nothing where all lie on the same blocks.
     std::uint64_t wastedBytes() const;
-    bool sharesStorage() const { return wastedBytes() == 0; }
+    // What would be free without these files of the group: nothing for blocks on which another one lies, too.
+    std::uint64_t bytesFreedWithout(const std::set<std::string>& paths) const;
+    bool sharesStorage() const;
 };
 
 struct SkippedLocation {

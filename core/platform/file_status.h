@@ -18,6 +18,8 @@ struct FileStatus {
     std::uint64_t blocks = 0;              // of 512 bytes
     std::int64_t modified = 0;             // seconds since 1970, rounded down
     std::int32_t modifiedNanoseconds = 0;  // beyond the second
+    // Of the last change of content, name, owner or times themselves, in nanoseconds since 1970: nobody can set it.
+    std::int64_t changedNanoseconds = 0;
 
     bool isFolder() const;
     bool isLink() const;

@@ -1,10 +1,13 @@
 // Duplicates: found, and put into the Trash by a cleanup like any other.
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "core/insight/duplicate_trash.h"
 #include "core/platform/machine.h"
+#include "core/platform/path_text.h"
 #include "core/session/session.h"
+#include "core/text/core_strings.h"
 
 namespace brindle {
 
@@ -16,13 +19,39 @@ SafetyGuard withExports(const SafetyGuard& guard, std::set<std::string> paths) {
     return SafetyGuard(std::move(scope));
 }
 
+// Whether a cleanup may take the file, or a folder above it with all that lies in it, whatever that is called.
+class Fleeting {
+  public:
+    Fleeting(const SafetyGuard& guard, const std::string& home) : guard_(guard), home_(home) {}
+
+    bool isFile(const std::string& path) {
+        return guard_.verdictForDeleting(path).isAllowed() || isFolder(folderOf(path));
+    }
+
+  private:
+    bool isFolder(const std::string& folder) {
+        if (!isBelow(folder, home_)) return false;
+        const auto known = known_.find(folder);
+        if (known != known_.end()) return known->second;
+        const bool is = guard_.verdictForDeleting(folder).isAllowed() || isFolder(folderOf(folder));
+        known_.emplace(folder, is);
+        return is;
+    }
+
+    const SafetyGuard& guard_;
+    const std::string& home_;
+    std::map<std::string, bool> known_;
+};
+
 // Of the contents of which a copy may go.
-std::set<std::string> fleetingOf(const DuplicateReport& report, const SafetyGuard& guard) {
+std::set<std::string> fleetingOf(const DuplicateReport& report, const SafetyGuard& guard,
+                                 const std::string& home) {
+    Fleeting fleeting(guard, home);
     std::set<std::string> paths;
     for (const DuplicateGroup& group : report.groups) {
         if (std::ranges::none_of(group.files, &DuplicateFile::isDeveloperExport)) continue;
         for (const DuplicateFile& file : group.files) {
-            if (guard.verdictForDeleting(file.path).isAllowed()) paths.insert(file.path);
+            if (fleeting.isFile(file.path)) paths.insert(file.path);
         }
     }
     return paths;
@@ -57,7 +86,11 @@ std::expected<FoundDuplicates, std::string> Session::findDuplicates(DuplicateSea
         if (const SafetyVerdict verdict = guard.verdictForDeleting(path); !verdict.isAllowed())
             found.heldBack[path] = *verdict.reason();
     }
-    found.fleeting = fleetingOf(found.report, *settings);
+    found.fleeting = fleetingOf(found.report, *settings, home_.path);
+    for (const std::string& path : found.fleeting) {
+        if (isDeveloperExport(path))
+            found.heldBack.emplace(path, localized("A tool keeps it, in its cache."));
+    }
     return found;
 }
 
@@ -66,9 +99,9 @@ std::expected<CleanOutcome, CleanRefusal> Session::trashDuplicates(const TrashDu
     if (!settings)
         return std::unexpected(
             CleanRefusal{CleanRefusal::Kind::settingsUnreadable, settings.error().describe()});
-    const auto plan =
-        DuplicateTrash::plan(order.report, order.selection,
-                             {.preferred = order.preferred, .fleeting = fleetingOf(order.report, *settings)});
+    const auto plan = DuplicateTrash::plan(
+        order.report, order.selection,
+        {.preferred = order.preferred, .fleeting = fleetingOf(order.report, *settings, home_.path)});
     if (!plan) return std::unexpected(CleanRefusal{CleanRefusal::Kind::nothingMayGo, plan.error()});
     CleanRequest request{.items = plan->items(), .safety = SafetyGuard({})};
     request.isCancelled = order.isCancelled;

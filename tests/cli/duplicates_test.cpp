@@ -70,7 +70,7 @@ TEST_F(DuplicatesCommand, MovesAllButTheCopyThatIsToStay) {
         {"--trash --keep newest --json", nobody, usage, all, "--json needs --yes"},
         {"--trash --keep newest", nobody, failed, all, "no terminal on which to ask"},
         {"--trash --keep newest", no, success, all, "one copy always stays"},
-        {"--trash --keep elsewhere", nobody, kNothingToDo, all, "no copy that may be moved"},
+        {"--trash --keep elsewhere", nobody, notFound, all, "--keep: could not resolve"},
         {"--trash --keep newest --yes", cancelled, interrupted, all, " · cancelled; partial results"},
         {"--trash --keep exports/deep", yes, success, {"b.apk"}, "2 copies moved to Trash; 0 refused"},
         {"--trash --keep newest --yes", nobody, success, {"c.apk"}, "2 copies moved"},

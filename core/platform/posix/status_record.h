@@ -15,6 +15,15 @@ inline const timespec& modificationOf(const struct stat& record) {
 #endif
 }
 
+inline std::int64_t changeOf(const struct stat& record) {
+#ifdef __APPLE__
+    const timespec& change = record.st_ctimespec;
+#else
+    const timespec& change = record.st_ctim;
+#endif
+    return static_cast<std::int64_t>(change.tv_sec) * 1'000'000'000 + change.tv_nsec;
+}
+
 inline FileStatus statusFrom(const struct stat& record) {
     return {
         .device = static_cast<std::int32_t>(record.st_dev),
@@ -25,6 +34,7 @@ inline FileStatus statusFrom(const struct stat& record) {
         .blocks = static_cast<std::uint64_t>(record.st_blocks),
         .modified = static_cast<std::int64_t>(modificationOf(record).tv_sec),
         .modifiedNanoseconds = static_cast<std::int32_t>(modificationOf(record).tv_nsec),
+        .changedNanoseconds = changeOf(record),
     };
 }
 

@@ -312,6 +312,18 @@ TEST_F(DuplicateScannerTest, CountsClonesOnce) {
     EXPECT_EQ(waste({1, 1, 0}), 10U);
     EXPECT_EQ(waste({1, 1, 2, 2}), 10U);
     EXPECT_EQ(waste({1, 1, 1}), 0U);
+
+    DuplicateGroup group;
+    for (const char* path : {"a", "b", "c", "holes"}) {
+        DuplicateFile& file = group.files.emplace_back();
+        file.path = path;
+        file.logicalBytes = 10;
+    }
+    group.files[0].storage = group.files[1].storage = 1;
+    group.files[3].unstoredBytes = 9;
+    EXPECT_EQ(group.wastedBytes(), 11U) << "of two clones, one beside them and one of holes";
+    EXPECT_EQ(group.bytesFreedWithout({"a", "b"}), 10U);
+    EXPECT_EQ(group.bytesFreedWithout({"b", "holes"}), 1U) << "a is a clone of b";
 }
 
 }  // namespace

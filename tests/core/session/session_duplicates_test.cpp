@@ -120,6 +120,9 @@ TEST_F(SessionDuplicates, RefusesACopyThatIsNoLongerWhatWasCompared) {
               [&] { open = ::open(at("a.ipa").c_str(), O_RDONLY | O_CLOEXEC); }},
              {"the copies that stay have changed", mustRemain,
               [&] { copy("b.IPA", "an EXPORT"), fs::remove(at("c.ipa")); }},
+             {"the copy that stays is open", mustRemain,
+              [&] { fs::remove(at("b.IPA")), open = ::open(at("c.ipa").c_str(), O_RDONLY | O_CLOEXEC); }},
+             {"a project meanwhile", changed, [&] { home.text("Downloads/go.mod", ""); }},
              {"protected meanwhile", "inside a protected path: ~/Downloads", [&] {
                   home.text(".config/brindle/preferences.json",
                             R"({"brindle.protectedPaths": [")" + home.path("Downloads") + "\"]}");
@@ -134,7 +137,7 @@ TEST_F(SessionDuplicates, RefusesACopyThatIsNoLongerWhatWasCompared) {
         EXPECT_EQ(outcome->receipt.entries[0].note, reason) << name;
         EXPECT_EQ(left(), before) << name;
         if (open >= 0) ::close(std::exchange(open, -1));
-        fs::remove(home.path("Downloads/second"));
+        for (const char* each : {"second", "go.mod"}) fs::remove(at(each));
         if (fs::is_symlink(home.path("Downloads"))) {
             fs::remove(home.path("Downloads"));
             fs::rename(home.path("moved"), home.path("Downloads"));
@@ -151,8 +154,11 @@ TEST_F(SessionDuplicates, RefusesACopyThatIsNoLongerWhatWasCompared) {
 
 TEST_F(SessionDuplicates, TakesNothingForACopyThatDoesNotLast) {
     home.link(".local/share", home.folder("data/share"));
-    for (const char* each : {"data/share/Trash/files/t.ipa", "snap/x/.local/share/Trash/files/u.ipa",
-                             ".android/cache/v.ipa", ".pyenv/w.ipa"}) {
+    home.folder("other/Trash/info");
+    const std::string unnamed = "go/pkg/mod/t/Documents/x.ipa";
+    for (const char* each :
+         {"data/share/Trash/files/t.ipa", "snap/x/.local/share/Trash/files/u.ipa", "other/Trash/files/u.ipa",
+          ".android/cache/v.ipa", ".pyenv/w.ipa", unnamed.c_str()}) {
         home.text(each, "another export");
         home.modified(each, 1'700'000'000);
     }
@@ -160,7 +166,9 @@ TEST_F(SessionDuplicates, TakesNothingForACopyThatDoesNotLast) {
     const auto duplicates = session().findDuplicates({.root = home.path()});
     ASSERT_TRUE(duplicates);
     ASSERT_EQ(duplicates->report.groups.size(), 3U);
-    EXPECT_EQ(duplicates->fleeting, std::set<std::string>{home.path(".android/cache/v.ipa")});
+    EXPECT_EQ(duplicates->fleeting,
+              (std::set<std::string>{home.path(".android/cache/v.ipa"), home.path(unnamed)}));
+    EXPECT_EQ(duplicates->heldBack.at(home.path(unnamed)), "A tool keeps it, in its cache.");
     EXPECT_EQ(duplicates->heldBack.at(home.path(".pyenv/w.ipa")), "inside a tool's own folder");
     for (const DuplicateGroup& group : duplicates->report.groups)
         for (const DuplicateFile& file : group.files) EXPECT_EQ(file.path.find("Trash"), std::string::npos);
@@ -190,16 +198,20 @@ TEST_F(SessionDuplicates, TakesAFileThatLiesAtTwoPlacesForOneCopy) {
 }
 
 TEST_F(SessionDuplicates, RefusesWhatChangesWhileTheOtherIsRead) {
-    const FoundDuplicates duplicates = found();
-    int polls = 0;
-    const auto outcome = trash(duplicates, {"a.ipa"}, [&] {
-        // The first question of the last look is about the copy that stays.
-        if (++polls == 2) copy("a.ipa", "an EXPORT");
-        return false;
-    });
-    ASSERT_TRUE(outcome);
-    EXPECT_EQ(outcome->receipt.entries.at(0).method, RemovalMethod::refused);
-    EXPECT_EQ(left(), all);
+    // The questions of the last look: first about the copy that stays, then about the other. The time is set back.
+    for (const auto& [question, name] : {std::pair(2, "a.ipa"), {3, "c.ipa"}}) {
+        copy("a.ipa", "an export");
+        const FoundDuplicates duplicates = found();
+        int polls = 0;
+        const auto outcome = trash(duplicates, {"a.ipa"}, [&] {
+            if (++polls == question) copy(name, "an EXPORT");
+            return false;
+        });
+        ASSERT_TRUE(outcome);
+        EXPECT_GE(polls, question);
+        EXPECT_EQ(outcome->receipt.entries.at(0).method, RemovalMethod::refused) << name;
+        EXPECT_EQ(left(), all);
+    }
 }
 
 TEST_F(SessionDuplicates, StopsBetweenTwoCopies) {
