@@ -113,16 +113,17 @@ ExitCode exitCodeOf(const Scheduler::Outcome& outcome) {
 }
 
 Outcome runNow(const CommandContext& context) {
-    const TimePoint now = std::chrono::system_clock::now();
+    if (const auto readable = context.session.preferences().readable(); !readable)
+        return refusal(context, ExitCode::failed, readable.error().describe());
     Scheduler scheduler = context.session.scheduler();
     const auto& isInterrupted = context.surroundings.isInterrupted;
     std::optional<Scheduler::Outcome> ran;
     if (context.options.onlyIfDue) {
         lowerPriority();
-        ran = scheduler.runIfDue(now, isInterrupted);
+        ran = scheduler.runIfDue(isInterrupted);
         if (!ran) return notDue(context);
     } else {
-        ran = scheduler.run(now, isInterrupted);
+        ran = scheduler.run(std::chrono::system_clock::now(), isInterrupted);
     }
     Scheduler::Outcome& outcome = *ran;
     if (!outcome.hasScanned) complain(context.streams, outcome.refusal->sentence);
@@ -176,7 +177,10 @@ Outcome uninstall(const CommandContext& context) {
         complain(context.streams, localized("no timer is installed"));
         return {ExitCode::kNothingToDo, ""};
     }
-    return timerOutcome(context, done, localized("The timer is gone:"));
+    const bool isStopped = done && !done->complaint;
+    return timerOutcome(context, done,
+                        isStopped ? localized("The timer is gone:")
+                                  : localized("The timer's files are gone; it may run until you log out:"));
 }
 
 }  // namespace

@@ -43,9 +43,15 @@ std::string timerProblem(const ScheduleTimer::State& timer, const std::string& p
             "The timer starts %@, which is not there any more: \"brindle schedule install\" has it start "
             "this program.",
             shown);
-    if (*timer.program == program) return "";
+    if (*timer.program != program) {
+        return localized(
+            "The timer starts another program, %@: \"brindle schedule install\" has it start this one.",
+            shown);
+    }
+    if (timer.isEnabled) return "";
     return localized(
-        "The timer starts another program, %@: \"brindle schedule install\" has it start this one.", shown);
+        "The timer's files are there, but the system did not take notice: \"brindle schedule install\" tries "
+        "again.");
 }
 
 std::string runSentence(const ScheduledRun& run) {
@@ -106,6 +112,7 @@ std::string scheduleJson(const ScheduleView& view) {
                 {"isOverdue", view.isOverdue},
                 {"timer",
                  {{"isInstalled", timer.isInstalled},
+                  {"isEnabled", timer.isEnabled},
                   {"program", timer.program ? Json(jsonText(*timer.program)) : Json(nullptr)},
                   {"isProgramThere", timer.isProgramThere}}},
                 {"runs", runsJson(view.runs)}}

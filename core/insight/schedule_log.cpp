@@ -27,7 +27,9 @@ std::optional<ScheduledRun> runFrom(const std::string& line) {
     try {
         const Json json = Json::parse(line);
         const auto at = timeFromIso8601(json.at("at").get<std::string>());
-        if (!at) return std::nullopt;
+        if (!at || !json.at("reclaimableBytes").is_number_unsigned() ||
+            !json.at("cleanedBytes").is_number_unsigned())
+            return std::nullopt;
         ScheduledRun run{.at = *at,
                          .reclaimableBytes = json.at("reclaimableBytes"),
                          .receipt = std::nullopt,
@@ -52,9 +54,8 @@ std::vector<std::string> linesIn(const std::string& text) {
 }  // namespace
 
 std::expected<void, Error> ScheduleLog::append(const ScheduledRun& run) const {
-    const auto earlier = readFile(path_, kReadMost);
-    if (!earlier && earlier.error().kind != Error::Kind::missing) return std::unexpected(earlier.error());
-    std::vector<std::string> lines = linesIn(earlier.value_or(""));
+    // What cannot be read is begun anew: nothing depends on it.
+    std::vector<std::string> lines = linesIn(readFile(path_, kReadMost).value_or(""));
     lines.push_back(lineOf(run));
     if (lines.size() > kMost) lines.erase(lines.begin(), lines.end() - kMost);
     std::string text;

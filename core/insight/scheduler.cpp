@@ -59,7 +59,8 @@ struct Scheduler::Run {
         return preferences.scheduledScansEnabled() &&
                Scheduler::isOverdue(preferences.lastScheduledRun(), preferences.cadence(), now);
     }
-    std::optional<Outcome> perform(TimePoint now, const CancellationTest& isCancelled, bool onlyIfDue);
+    // Without a time: now, and only if a run is due now.
+    std::optional<Outcome> perform(std::optional<TimePoint> given, const CancellationTest& isCancelled);
     void clean(Outcome& outcome, const CancellationTest& isCancelled) const;
 
     Preferences preferences;
@@ -71,7 +72,9 @@ struct Scheduler::Run {
 };
 
 void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled) const {
-    const std::vector<CleanupItem> items = itemsToClean(outcome.report);
+    std::vector<CleanupItem> items = itemsToClean(outcome.report);
+    const auto disabled = preferences.disabledModules();  // perhaps while the scan ran
+    std::erase_if(items, [&](const CleanupItem& item) { return disabled.contains(item.moduleID); });
     if (items.empty()) return;
     auto receipt = steps.clean(outcome.report, items, isCancelled);
     if (receipt) {
@@ -82,8 +85,8 @@ void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled
     }
 }
 
-std::optional<Scheduler::Outcome> Scheduler::Run::perform(TimePoint now, const CancellationTest& isCancelled,
-                                                          bool onlyIfDue) {
+std::optional<Scheduler::Outcome> Scheduler::Run::perform(std::optional<TimePoint> given,
+                                                          const CancellationTest& isCancelled) {
     Outcome outcome;
     const auto held = steps.lock();
     if (!held) {
@@ -93,7 +96,8 @@ std::optional<Scheduler::Outcome> Scheduler::Run::perform(TimePoint now, const C
                            outcome.wasBusy};
         return outcome;
     }
-    if (onlyIfDue && !isOverdue(now)) return std::nullopt;
+    const TimePoint now = given ? *given : steps.now();  // the lock may have been waited for
+    if (!given && !isOverdue(now)) return std::nullopt;
     // Noted before the work: a run that brings the program down is not tried again and again.
     const auto previous = preferences.lastScheduledRun();
     if (auto noted = preferences.setLastScheduledRun(now); !noted) {
@@ -103,7 +107,8 @@ std::optional<Scheduler::Outcome> Scheduler::Run::perform(TimePoint now, const C
     }
     outcome.hasScanned = true;
     outcome.report = steps.scan(isCancelled);
-    if (!isCancelled() && preferences.autoCleanEnabled()) clean(outcome, isCancelled);
+    const bool isStillWanted = given || preferences.scheduledScansEnabled();
+    if (!isCancelled() && isStillWanted && preferences.autoCleanEnabled()) clean(outcome, isCancelled);
     outcome.wasCancelled = isCancelled();
     // What was cancelled, and what another cleanup kept from cleaning, comes again at the next occasion.
     if (outcome.wasCancelled || outcome.wasBusy) (void)preferences.setLastScheduledRun(previous);
@@ -124,7 +129,7 @@ Scheduler::~Scheduler() {
 }
 
 bool Scheduler::isOverdue(std::optional<TimePoint> lastRun, Cadence cadence, TimePoint now) {
-    if (!lastRun) return true;
+    if (!lastRun || *lastRun < TimePoint()) return true;
     return now < *lastRun || now - *lastRun >= interval(cadence);
 }
 
@@ -136,7 +141,7 @@ std::optional<TimePoint> Scheduler::nextRun(TimePoint now) const {
     const Preferences& settings = run_->preferences;
     if (!settings.scheduledScansEnabled()) return std::nullopt;
     const auto last = settings.lastScheduledRun();
-    return !last || now < *last ? now : *last + interval(settings.cadence());
+    return !last || *last < TimePoint() || now < *last ? now : *last + interval(settings.cadence());
 }
 
 void Scheduler::start(std::function<bool()> canRun, std::function<void(const Outcome&)> onFinish) {
@@ -153,27 +158,26 @@ void Scheduler::start(std::function<bool()> canRun, std::function<void(const Out
              const auto run = weak.lock();
              if (!run || !canRun()) return;
              const auto flag = run->begin();
-             const auto outcome = run->perform(run->steps.now(), flag->checker(), false);
+             const auto outcome = run->perform(run->steps.now(), flag->checker());
              run->end(flag);
              onFinish(*outcome);
          }});
 }
 
 Scheduler::Outcome Scheduler::run(TimePoint now, const CancellationTest& isCancelled) {
-    return *runNow(now, isCancelled, false);
+    return *runNow(now, isCancelled);
 }
 
-std::optional<Scheduler::Outcome> Scheduler::runIfDue(TimePoint now, const CancellationTest& isCancelled) {
-    if (!isOverdue(now)) return std::nullopt;
-    return runNow(now, isCancelled, true);
+std::optional<Scheduler::Outcome> Scheduler::runIfDue(const CancellationTest& isCancelled) {
+    if (!isOverdue(run_->steps.now())) return std::nullopt;
+    return runNow(std::nullopt, isCancelled);
 }
 
-std::optional<Scheduler::Outcome> Scheduler::runNow(TimePoint now, const CancellationTest& isCancelled,
-                                                    bool onlyIfDue) {
+std::optional<Scheduler::Outcome> Scheduler::runNow(std::optional<TimePoint> now,
+                                                    const CancellationTest& isCancelled) {
     const std::shared_ptr<Run> run = run_;
     const auto flag = run->begin();
-    auto outcome =
-        run->perform(now, [&isCancelled, flag] { return flag->isCancelled() || isCancelled(); }, onlyIfDue);
+    auto outcome = run->perform(now, [&isCancelled, flag] { return flag->isCancelled() || isCancelled(); });
     run->end(flag);
     return outcome;
 }

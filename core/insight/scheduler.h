@@ -41,7 +41,7 @@ struct ScheduledSteps {
     };  // its line in the history
     std::function<std::unique_ptr<BackgroundActivity>(ActivityOrder order)> startActivity =
         startBackgroundActivity;
-    std::function<TimePoint()> now = std::chrono::system_clock::now;  // of a run that the activity starts
+    std::function<TimePoint()> now = std::chrono::system_clock::now;  // of a run that starts by itself
 };
 
 // Owned by a face, on one thread; cancelCurrentRun() and run() may be called from any.
@@ -66,7 +66,8 @@ class Scheduler {
     Scheduler(const Scheduler&) = delete;
     Scheduler& operator=(const Scheduler&) = delete;
 
-    // Never run, run longer ago than the cadence's interval, or run in the future: the clock went back.
+    // Never run, run longer ago than the cadence's interval, or run in the future: the clock went back. A time before 1970
+    // is no time of a run.
     static bool isOverdue(std::optional<TimePoint> lastRun, Cadence cadence, TimePoint now);
     // The same by the settings; never while scheduled scans are off.
     bool isOverdue(TimePoint now) const;
@@ -82,8 +83,9 @@ class Scheduler {
     // cancelled one does not count, nor one that another cleanup kept from cleaning.
     Outcome run(TimePoint now, const CancellationTest& isCancelled);
 
-    // The same, but only when one is due, also by the time at which no other process runs one; absent: it is not.
-    std::optional<Outcome> runIfDue(TimePoint now, const CancellationTest& isCancelled);
+    // The same by the steps' clock, but only when one is due, also by the time at which no other process runs one; absent: it
+    // is not. Scheduled scans that were switched off meanwhile clean nothing.
+    std::optional<Outcome> runIfDue(const CancellationTest& isCancelled);
 
     // The run in progress stops as soon as it can.
     void cancelCurrentRun();
@@ -92,7 +94,7 @@ class Scheduler {
     static std::vector<CleanupItem> itemsToClean(const ScanReport& report);
 
   private:
-    std::optional<Outcome> runNow(TimePoint now, const CancellationTest& isCancelled, bool onlyIfDue);
+    std::optional<Outcome> runNow(std::optional<TimePoint> now, const CancellationTest& isCancelled);
 
     struct Run;  // what runs, kept alive by whoever runs it
     std::shared_ptr<Run> run_;

@@ -60,7 +60,7 @@ std::expected<std::string, Error> systemdService(const TimerOrder& order) {
         "[Service]\n"
         "Type=oneshot\n"
         "{}{}{}\" {}\n"
-        "SuccessExitStatus=5 8\n"
+        "SuccessExitStatus=5 8 130\n"
         "Nice=19\n"
         "IOSchedulingClass=idle\n"
         "CPUSchedulingPolicy=batch\n",

@@ -45,10 +45,12 @@ using TimerCommand = std::vector<std::string>;
 // How this system does it. The file that names the program comes first.
 struct SystemTimer {
     std::vector<TimerFile> files;
-    std::vector<TimerCommand> startCommands;  // after the files are there
-    std::vector<TimerCommand> stopCommands;   // before they go
+    std::vector<TimerCommand> startCommands;       // after the files are there
+    std::vector<TimerCommand> stopCommands;        // before they go
+    std::vector<TimerCommand> afterCommands = {};  // once they have gone
 };
 std::expected<SystemTimer, Error> systemTimer(const TimerOrder& order);
+// Of an installed timer that is started, all that lies on the disk; the file that names the program comes first.
 std::vector<std::string> systemTimerPaths(const std::string& home, const std::string& configFolder);
 std::optional<std::string> programOfTimer(std::string_view text);  // of this system's kind
 

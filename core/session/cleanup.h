@@ -22,6 +22,9 @@ struct CleanOrder {
     CancellationTest isCancelled = [] { return false; };
     std::function<void(const CleanupItem&)> onItem = [](const CleanupItem&) {};  // before each
     std::function<void(const CleanProgress&)> onProgress = [](const CleanProgress&) {};
+    // Asked right before an item goes, in addition to the guard: a sentence on why it stays, localised.
+    std::function<std::optional<std::string>(const CleanupItem&)> objection =
+        [](const CleanupItem&) -> std::optional<std::string> { return std::nullopt; };
 };
 
 struct CleanOutcome {

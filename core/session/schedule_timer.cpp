@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "core/platform/appending_file.h"
 #include "core/platform/file_status.h"
 #include "core/platform/files.h"
@@ -21,7 +23,9 @@ bool isThere(const std::string& path) {
 
 ScheduleTimer::State ScheduleTimer::state() const {
     State state;
-    for (const std::string& path : paths()) state.isInstalled |= isThere(path);
+    const std::vector<std::string> places = paths();
+    state.isInstalled = std::ranges::any_of(places, isThere);
+    state.isEnabled = std::ranges::all_of(places, isThere);
     if (const auto text = readFile(paths().front(), kLargestFile)) state.program = programOfTimer(*text);
     state.isProgramThere = state.program && isExecutableFile(*state.program);
     return state;
@@ -64,12 +68,14 @@ std::expected<ScheduleTimer::Done, Error> ScheduleTimer::install() const {
 std::expected<ScheduleTimer::Done, Error> ScheduleTimer::uninstall() const {
     Done done;
     if (!state().isInstalled) return done;
-    if (const auto timer = systemTimer(order_)) done.complaint = run(timer->stopCommands);
+    const auto timer = systemTimer(order_);
+    if (timer) done.complaint = run(timer->stopCommands);
     for (const std::string& path : paths()) {
         const auto removed = removeFileSynced(path);
         if (!removed && removed.error().kind != Error::Kind::missing) return std::unexpected(removed.error());
         if (removed) done.files.push_back(path);
     }
+    if (timer && !done.complaint) done.complaint = run(timer->afterCommands);
     return done;
 }
 

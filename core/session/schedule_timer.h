@@ -16,6 +16,7 @@ class ScheduleTimer {
   public:
     struct State {
         bool isInstalled = false;            // some file of it is there
+        bool isEnabled = false;              // all of them: the system's scheduler took notice
         std::optional<std::string> program;  // what it starts; absent when its file does not say
         bool isProgramThere = false;
     };

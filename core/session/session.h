@@ -161,6 +161,9 @@ class Session {
     std::optional<SurveyRequest> surveyRequest(const ScanOptions& options) const;
     void recordSample(const ScanReport& report, const ScanOptions& options) const;
     void recordSample(const Receipt& receipt) const;
+    std::optional<std::string> protectedMeanwhile(const CleanupItem& item, const std::set<std::string>& known,
+                                                  const GuardSource& guardSource) const;
+    std::optional<std::string> unwanted(const CleanupItem& item) const;  // of a scheduled cleanup
     std::string variable(std::string_view name) const;  // of the environment; empty when it is not set
     std::string configFolder() const;                   // XDG_CONFIG_HOME or ~/.config
     ProjectSearch projectSearch(const ScanContext& context) const;

@@ -154,13 +154,16 @@ std::expected<std::optional<Receipt>, CleanRefusal> Session::recordInterrupted()
 }
 
 std::expected<CleanOutcome, CleanRefusal> Session::clean(const CleanOrder& order) const {
-    return cleanUnderLock({.items = order.items,
-                           .safety = SafetyGuard({}),
-                           .isDryRun = order.isDryRun,
-                           .isCancelled = order.isCancelled,
-                           .onItem = order.onItem,
-                           .onProgress = order.onProgress},
-                          [&] { return safetyGuard(order.report); });
+    return cleanUnderLock(
+        {.items = order.items,
+         .safety = SafetyGuard({}),
+         .isDryRun = order.isDryRun,
+         .isCancelled = order.isCancelled,
+         .onItem = order.onItem,
+         .lastWord =
+             [&](const CleanupItem& item) { return LastWord{.refusal = order.objection(item), .note = {}}; },
+         .onProgress = order.onProgress},
+        [&] { return safetyGuard(order.report); });
 }
 
 std::expected<CleanOutcome, CleanRefusal> Session::cleanUnderLock(CleanRequest request,
@@ -175,9 +178,26 @@ std::expected<CleanOutcome, CleanRefusal> Session::cleanUnderLock(CleanRequest r
     const auto id = Uuid::fresh();
     if (!id) return notRecordable(id.error());
     request.safety = *guard;
+    request.lastWord = [this, &guardSource, own = std::move(request.lastWord),
+                        known = preferences().protectedPaths()](const CleanupItem& item) {
+        if (auto refused = protectedMeanwhile(item, known, guardSource))
+            return LastWord{std::move(refused), {}};
+        return own(item);
+    };
     request.id = *id;
     request.startedAt = std::chrono::system_clock::now();
     return cleanLocked(std::move(request));
+}
+
+// What the user protects while a cleanup runs is heeded from the next item on.
+std::optional<std::string> Session::protectedMeanwhile(const CleanupItem& item,
+                                                       const std::set<std::string>& known,
+                                                       const GuardSource& guardSource) const {
+    const Preferences settings = preferences();
+    if (const auto readable = settings.readable(); !readable) return readable.error().describe();
+    if (settings.protectedPaths() == known) return std::nullopt;
+    const auto guard = guardSource();
+    return guard ? guard->verdictForItem(item).reason() : guard.error().describe();
 }
 
 void Session::recordSample(const Receipt& receipt) const {

@@ -1,6 +1,8 @@
 // What runs by itself, and how it makes itself heard.
 #include "core/platform/desktop_notification.h"
+#include "core/platform/machine.h"
 #include "core/session/session.h"
+#include "core/text/core_strings.h"
 
 namespace brindle {
 
@@ -18,7 +20,10 @@ Scheduler Session::scheduler() const {
              },
          .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
                          const CancellationTest& isCancelled) -> std::expected<Receipt, ScheduledRefusal> {
-             auto outcome = clean({.items = items, .report = report, .isCancelled = isCancelled});
+             auto outcome = clean({.items = items,
+                                   .report = report,
+                                   .isCancelled = isCancelled,
+                                   .objection = [this](const CleanupItem& item) { return unwanted(item); }});
              if (!outcome) {
                  const auto& [kind, sentence] = outcome.error();
                  return std::unexpected(ScheduledRefusal{sentence, kind == CleanRefusal::Kind::busy,
@@ -27,6 +32,13 @@ Scheduler Session::scheduler() const {
              return std::move(outcome->receipt);
          },
          .record = [this](const ScheduledRun& run) { (void)scheduleLog().append(run); }}};
+}
+
+std::optional<std::string> Session::unwanted(const CleanupItem& item) const {
+    const Preferences settings = preferences();
+    if (settings.autoCleanEnabled() && !settings.disabledModules().contains(item.moduleID))
+        return std::nullopt;
+    return localized("The settings changed meanwhile: it is not to be cleaned by itself any more.");
 }
 
 ScheduleLog Session::scheduleLog() const {
@@ -50,6 +62,7 @@ bool Session::postNotification(const std::string& title, const std::string& body
 ScheduleTimer Session::scheduleTimer(const std::string& program) const {
     // What the shell alone knows, a timer would not.
     std::vector<std::string> environment;
+    if (currentUserHome() != home_.path) environment.push_back("HOME=" + home_.path);
     for (const std::string name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
         if (const std::string value = variable(name); !value.empty())
             environment.push_back(name + "=" + value);

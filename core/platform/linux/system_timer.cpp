@@ -4,7 +4,9 @@ namespace brindle {
 
 std::vector<std::string> systemTimerPaths(const std::string& /*home*/, const std::string& configFolder) {
     const std::string folder = configFolder + "/systemd/user/";
-    return {folder + "brindle.service", folder + "brindle.timer"};
+    // The last one is a link, made and taken away by systemctl.
+    return {folder + "brindle.service", folder + "brindle.timer",
+            folder + "timers.target.wants/brindle.timer"};
 }
 
 std::expected<SystemTimer, Error> systemTimer(const TimerOrder& order) {
@@ -14,7 +16,8 @@ std::expected<SystemTimer, Error> systemTimer(const TimerOrder& order) {
     const TimerCommand reload{"systemctl", "--user", "daemon-reload"};
     return SystemTimer{.files = {{paths[0], *std::move(service)}, {paths[1], systemdTimer()}},
                        .startCommands = {reload, {"systemctl", "--user", "enable", "--now", "brindle.timer"}},
-                       .stopCommands = {{"systemctl", "--user", "disable", "--now", "brindle.timer"}}};
+                       .stopCommands = {{"systemctl", "--user", "disable", "--now", "brindle.timer"}},
+                       .afterCommands = {reload}};
 }
 
 std::optional<std::string> programOfTimer(std::string_view text) {

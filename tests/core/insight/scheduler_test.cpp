@@ -136,7 +136,8 @@ TEST_F(ScheduledRuns, SayWhyNothingWasCleaned) {
         (void)preferences.setLastScheduledRun(kStart + 24h * 7);
         return FileLock::tryAcquire(home.path("schedule.lock"));
     };
-    EXPECT_FALSE(Scheduler(defaults, late).runIfDue(kStart + 24h * 7, kNever));
+    late.now = [] { return kStart + 24h * 7; };
+    EXPECT_FALSE(Scheduler(defaults, late).runIfDue(kNever));
     ASSERT_TRUE(preferences.setLastScheduledRun(kStart));
 
     const auto lock = FileLock::tryAcquire(home.path("schedule.lock"));
@@ -144,6 +145,25 @@ TEST_F(ScheduledRuns, SayWhyNothingWasCleaned) {
     EXPECT_TRUE(busy.wasBusy && busy.refusal);
     EXPECT_EQ(scans, 3) << "another process is at it";
     EXPECT_EQ(preferences.lastScheduledRun(), kStart);
+}
+
+TEST_F(ScheduledRuns, HeedWhatIsSwitchedOffWhileTheyScan) {
+    ScheduledSteps due = steps();
+    due.now = [] { return kStart; };
+    ASSERT_TRUE(preferences.setLastScheduledRun(TimePoint::min())) << "no time of a run";
+    EXPECT_TRUE(Scheduler(defaults, due).isOverdue(kStart));
+    for (const bool isWhole : {false, true}) {
+        SCOPED_TRACE(isWhole);
+        duringScan = [&](const auto&) {
+            EXPECT_TRUE(isWhole ? preferences.setScheduledScansEnabled(false)
+                                : preferences.setDisabledModules({ModuleID::tools}));
+        };
+        ASSERT_TRUE(preferences.setLastScheduledRun(std::nullopt));
+        const auto outcome = Scheduler(defaults, due).runIfDue(kNever);
+        ASSERT_TRUE(outcome && outcome->hasScanned);
+        EXPECT_TRUE(cleaned.empty());
+        ASSERT_TRUE(preferences.setDisabledModules({}));
+    }
 }
 
 TEST_F(ScheduledRuns, StopInTheMidstAndDoNotCountThen) {

@@ -155,6 +155,21 @@ TEST_F(ScheduledCleanup, RemovesWhatIsSafeAndLeavesALine) {
     EXPECT_FALSE(session.scheduler().isOverdue(std::chrono::system_clock::now()));
 }
 
+TEST_F(ScheduledCleanup, HeedsWhatIsProtectedWhileItRuns) {
+    const Session session = sessionOf(home);
+    const ScanReport report = session.scan({});
+    const auto outcome = session.clean(
+        {.items = Scheduler::itemsToClean(report), .report = report, .onItem = [&](const CleanupItem& item) {
+             Preferences settings = session.preferences();
+             const char* other = item.id == "rust.cargoRegistry" ? ".gradle" : ".cargo";
+             if (settings.protectedPaths().empty()) (void)settings.setProtectedPaths({home.path(other)});
+         }});
+    ASSERT_TRUE(outcome && outcome->receipt.entries.size() == 2);
+    EXPECT_EQ(outcome->receipt.entries[0].method, RemovalMethod::deleted);
+    EXPECT_EQ(outcome->receipt.entries[1].method, RemovalMethod::refused);
+    EXPECT_EQ(isThere(".cargo/registry") + isThere(".gradle/caches"), 1);
+}
+
 TEST_F(ScheduledCleanup, RunsOnceWhenTwoComeTogether) {
     Scheduler::Outcome outcomes[2];
     std::vector<std::jthread> threads;
@@ -223,15 +238,25 @@ TEST(ScheduleTimer, IsInstalledSeenAndTakenAway) {
 
     const auto done = timer.install();
     ASSERT_TRUE(done);
-    EXPECT_EQ(done->files, timer.paths());
+    std::vector<std::string> paths = timer.paths();
+    const std::string link = home.path(".config/systemd/user/timers.target.wants/brindle.timer");
+    ASSERT_EQ(paths.back(), link);
+    paths.pop_back();
+    EXPECT_EQ(done->files, paths);
     ASSERT_TRUE(done->complaint);
     EXPECT_NE(done->complaint->find("no bus"), std::string::npos);
     EXPECT_EQ(timer.state().program, program);
     EXPECT_TRUE(timer.state().isProgramThere);
+    EXPECT_FALSE(timer.state().isEnabled);
+    fs::create_directories(fs::path(link).parent_path());
+    fs::create_symlink(paths.back(), link);
+    EXPECT_TRUE(timer.state().isEnabled);
     fs::remove(program);
     EXPECT_FALSE(timer.state().isProgramThere);
     EXPECT_EQ(timer.uninstall()->files, timer.paths());
     EXPECT_FALSE(timer.state().isInstalled);
+    fs::create_symlink("gone", link);
+    EXPECT_EQ(timer.uninstall()->files, std::vector<std::string>{link}) << "of a stop that failed";
 }
 #endif
 
