@@ -91,7 +91,7 @@ LastWord DuplicateTrash::lastWord(const CleanupItem& item, const std::string& ho
     const auto kept = std::ranges::find_if(content.kept, [&](const DuplicateFile& each) {
         keptSince = changeOf(each);
         return each.identity.inode != file.identity.inode && isWhereItWas(each) &&
-               DuplicateScanner::isClosed(each) && DuplicateScanner::hash(each, isCancelled) == content.hash;
+               DuplicateScanner::hash(each, isCancelled) == content.hash;
     });
     if (kept == content.kept.end()) return {.refusal = mustRemain(), .note = {}};
     const auto movedSince = changeOf(file);
@@ -100,7 +100,8 @@ LastWord DuplicateTrash::lastWord(const CleanupItem& item, const std::string& ho
         return {.refusal = localized("A program has the file open, or that could not be told."), .note = {}};
     // Reading takes long: both as they were, at the end of it.
     if (!DuplicateScanner::isUnchanged(file) || changeOf(file) != movedSince) return changed();
-    if (!DuplicateScanner::isUnchanged(*kept) || changeOf(*kept) != keptSince || !isWhereItWas(*kept))
+    if (!DuplicateScanner::isClosed(*kept) || !DuplicateScanner::isUnchanged(*kept) ||
+        changeOf(*kept) != keptSince || !isWhereItWas(*kept))
         return {.refusal = mustRemain(), .note = {}};
     return {.refusal = {}, .note = localized("Kept identical copy: %@", kept->path)};
 }

@@ -70,8 +70,11 @@ std::set<std::string> exportsOf(const DuplicateReport& report) {
 }  // namespace
 
 std::expected<FoundDuplicates, std::string> Session::findDuplicates(DuplicateSearch search) const {
-    const std::string bin = trash().homeFolder();
-    search.trashes.insert(canonicalOr(bin));
+    // Also that of a session with other folders, and what is one only through a link.
+    for (const std::string& bin : {trash().homeFolder(), home_.path + "/.local/share/Trash"}) {
+        search.trashes.insert(canonicalOr(bin));
+        search.trashes.insert(canonicalOr(bin + "/files"));
+    }
     auto report = DuplicateScanner(home_.path).scan(search);
     if (!report) return std::unexpected(report.error());
     FoundDuplicates found{.report = *std::move(report), .heldBack = {}, .fleeting = {}};
