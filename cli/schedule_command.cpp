@@ -172,15 +172,17 @@ Outcome install(const CommandContext& context) {
 }
 
 Outcome uninstall(const CommandContext& context) {
-    const auto done = context.session.scheduleTimer(context.surroundings.program).uninstall();
+    const ScheduleTimer timer = context.session.scheduleTimer(context.surroundings.program);
+    const bool wasEnabled = timer.state().isEnabled;
+    const auto done = timer.uninstall();
     if (done && done->files.empty()) {
         complain(context.streams, localized("no timer is installed"));
         return {ExitCode::kNothingToDo, ""};
     }
-    const bool isStopped = done && !done->complaint;
+    if (done && done->isStopped) return timerOutcome(context, done, localized("The timer is gone:"));
     return timerOutcome(context, done,
-                        isStopped ? localized("The timer is gone:")
-                                  : localized("The timer's files are gone; it may run until you log out:"));
+                        wasEnabled ? localized("The timer's files are gone; it may run until you log out:")
+                                   : localized("The timer's files are gone:"));
 }
 
 }  // namespace

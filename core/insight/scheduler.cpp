@@ -61,7 +61,7 @@ struct Scheduler::Run {
     }
     // Without a time: now, and only if a run is due now.
     std::optional<Outcome> perform(std::optional<TimePoint> given, const CancellationTest& isCancelled);
-    void clean(Outcome& outcome, const CancellationTest& isCancelled) const;
+    void clean(Outcome& outcome, const CancellationTest& isCancelled, bool onlyWhileOn) const;
 
     Preferences preferences;
     ScheduledSteps steps;
@@ -71,12 +71,12 @@ struct Scheduler::Run {
     bool isOver = false;
 };
 
-void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled) const {
+void Scheduler::Run::clean(Outcome& outcome, const CancellationTest& isCancelled, bool onlyWhileOn) const {
     std::vector<CleanupItem> items = itemsToClean(outcome.report);
     const auto disabled = preferences.disabledModules();  // perhaps while the scan ran
     std::erase_if(items, [&](const CleanupItem& item) { return disabled.contains(item.moduleID); });
     if (items.empty()) return;
-    auto receipt = steps.clean(outcome.report, items, isCancelled);
+    auto receipt = steps.clean(outcome.report, items, isCancelled, onlyWhileOn);
     if (receipt) {
         outcome.receipt = *std::move(receipt);
     } else {
@@ -108,7 +108,8 @@ std::optional<Scheduler::Outcome> Scheduler::Run::perform(std::optional<TimePoin
     outcome.hasScanned = true;
     outcome.report = steps.scan(isCancelled);
     const bool isStillWanted = given || preferences.scheduledScansEnabled();
-    if (!isCancelled() && isStillWanted && preferences.autoCleanEnabled()) clean(outcome, isCancelled);
+    if (!isCancelled() && isStillWanted && preferences.autoCleanEnabled())
+        clean(outcome, isCancelled, !given);
     outcome.wasCancelled = isCancelled();
     // What was cancelled, and what another cleanup kept from cleaning, comes again at the next occasion.
     if (outcome.wasCancelled || outcome.wasBusy) (void)preferences.setLastScheduledRun(previous);

@@ -33,9 +33,10 @@ struct ScheduledSteps {
     std::function<std::expected<FileLock, Error>()> lock;
     std::function<ScanReport(const CancellationTest& isCancelled)> scan;
     // As a cleanup that the user starts: lock, readable history, guard, receipt. After an error
-    // nothing was touched.
+    // nothing was touched. `onlyWhileOn`: ends when scheduled scans are switched off.
     std::function<std::expected<Receipt, ScheduledRefusal>(
-        const ScanReport& report, const std::vector<CleanupItem>& items, const CancellationTest& isCancelled)>
+        const ScanReport& report, const std::vector<CleanupItem>& items, const CancellationTest& isCancelled,
+        bool onlyWhileOn)>
         clean;
     std::function<void(const ScheduledRun& run)> record = [](const ScheduledRun&) {
     };  // its line in the history

@@ -69,13 +69,14 @@ std::expected<ScheduleTimer::Done, Error> ScheduleTimer::uninstall() const {
     Done done;
     if (!state().isInstalled) return done;
     const auto timer = systemTimer(order_);
-    if (timer) done.complaint = run(timer->stopCommands);
+    done.complaint = timer ? run(timer->stopCommands) : timer.error().describe();
+    done.isStopped = !done.complaint;
     for (const std::string& path : paths()) {
         const auto removed = removeFileSynced(path);
         if (!removed && removed.error().kind != Error::Kind::missing) return std::unexpected(removed.error());
         if (removed) done.files.push_back(path);
     }
-    if (timer && !done.complaint) done.complaint = run(timer->afterCommands);
+    if (done.isStopped) done.complaint = run(timer->afterCommands);
     return done;
 }
 

@@ -25,6 +25,7 @@ class ScheduleTimer {
     struct Done {
         std::vector<std::string> files;
         std::optional<std::string> complaint;
+        bool isStopped = false;  // by uninstall(): the system's scheduler says so
     };
 
     ScheduleTimer(TimerOrder order, Toolbox tools) : order_(std::move(order)), tools_(std::move(tools)) {}

@@ -163,7 +163,8 @@ class Session {
     void recordSample(const Receipt& receipt) const;
     std::optional<std::string> protectedMeanwhile(const CleanupItem& item, const std::set<std::string>& known,
                                                   const GuardSource& guardSource) const;
-    std::optional<std::string> unwanted(const CleanupItem& item) const;  // of a scheduled cleanup
+    std::optional<std::string> unwanted(const CleanupItem& item,
+                                        bool onlyWhileOn) const;  // of a scheduled cleanup
     std::string variable(std::string_view name) const;  // of the environment; empty when it is not set
     std::string configFolder() const;                   // XDG_CONFIG_HOME or ~/.config
     ProjectSearch projectSearch(const ScanContext& context) const;

@@ -173,13 +173,14 @@ std::expected<CleanOutcome, CleanRefusal> Session::cleanUnderLock(CleanRequest r
         return refusal(CleanRefusal::Kind::busy, localized("Another cleanup is running."));
     if (!lock) return notRecordable(lock.error());
     if (!recordWhatWasLeft(history(), trash()) || !history().loadChecked()) return unreadableHistory();
+    const std::set<std::string> known = preferences().protectedPaths();  // before the guard takes them
     const auto guard = guardSource();
     if (!guard) return refusal(CleanRefusal::Kind::settingsUnreadable, guard.error().describe());
     const auto id = Uuid::fresh();
     if (!id) return notRecordable(id.error());
     request.safety = *guard;
     request.lastWord = [this, &guardSource, own = std::move(request.lastWord),
-                        known = preferences().protectedPaths()](const CleanupItem& item) {
+                        &known](const CleanupItem& item) {
         if (auto refused = protectedMeanwhile(item, known, guardSource))
             return LastWord{std::move(refused), {}};
         return own(item);

@@ -7,36 +7,39 @@
 namespace brindle {
 
 Scheduler Session::scheduler() const {
-    return {
-        defaults_,
-        {.lock = [this] { return FileLock::tryAcquire(history().directory() + "/schedule.lock"); },
-         .scan =
-             [this](const CancellationTest& isCancelled) {
-                 ScanOptions options;
-                 options.isUnattended = true;
-                 options.includeSurvey = false;  // nobody sees it
-                 options.isCancelled = isCancelled;
-                 return scan(options);
+    return {defaults_,
+            {.lock = [this] { return FileLock::tryAcquire(history().directory() + "/schedule.lock"); },
+             .scan =
+                 [this](const CancellationTest& isCancelled) {
+                     ScanOptions options;
+                     options.isUnattended = true;
+                     options.includeSurvey = false;  // nobody sees it
+                     options.isCancelled = isCancelled;
+                     return scan(options);
+                 },
+             .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
+                             const CancellationTest& isCancelled,
+                             bool onlyWhileOn) -> std::expected<Receipt, ScheduledRefusal> {
+                 auto outcome = clean({.items = items,
+                                       .report = report,
+                                       .isCancelled = isCancelled,
+                                       .objection = [this, onlyWhileOn](const CleanupItem& item) {
+                                           return unwanted(item, onlyWhileOn);
+                                       }});
+                 if (!outcome) {
+                     const auto& [kind, sentence] = outcome.error();
+                     return std::unexpected(ScheduledRefusal{sentence, kind == CleanRefusal::Kind::busy,
+                                                             kind == CleanRefusal::Kind::historyUnreadable});
+                 }
+                 return std::move(outcome->receipt);
              },
-         .clean = [this](const ScanReport& report, const std::vector<CleanupItem>& items,
-                         const CancellationTest& isCancelled) -> std::expected<Receipt, ScheduledRefusal> {
-             auto outcome = clean({.items = items,
-                                   .report = report,
-                                   .isCancelled = isCancelled,
-                                   .objection = [this](const CleanupItem& item) { return unwanted(item); }});
-             if (!outcome) {
-                 const auto& [kind, sentence] = outcome.error();
-                 return std::unexpected(ScheduledRefusal{sentence, kind == CleanRefusal::Kind::busy,
-                                                         kind == CleanRefusal::Kind::historyUnreadable});
-             }
-             return std::move(outcome->receipt);
-         },
-         .record = [this](const ScheduledRun& run) { (void)scheduleLog().append(run); }}};
+             .record = [this](const ScheduledRun& run) { (void)scheduleLog().append(run); }}};
 }
 
-std::optional<std::string> Session::unwanted(const CleanupItem& item) const {
+std::optional<std::string> Session::unwanted(const CleanupItem& item, bool onlyWhileOn) const {
     const Preferences settings = preferences();
-    if (settings.autoCleanEnabled() && !settings.disabledModules().contains(item.moduleID))
+    const bool isOn = !onlyWhileOn || settings.scheduledScansEnabled();
+    if (isOn && settings.autoCleanEnabled() && !settings.disabledModules().contains(item.moduleID))
         return std::nullopt;
     return localized("The settings changed meanwhile: it is not to be cleaned by itself any more.");
 }

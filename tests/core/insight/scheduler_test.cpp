@@ -57,17 +57,18 @@ class ScheduledRuns : public testing::Test {
     }
 
     ScheduledSteps steps() {
-        return {
-            .lock = [this] { return FileLock::tryAcquire(home.path("schedule.lock")); },
-            .scan = [this](const CancellationTest& isCancelled) { return scan(isCancelled); },
-            .clean = [this](const ScanReport&, const std::vector<CleanupItem>& items,
-                            const CancellationTest& isCancelled) -> std::expected<Receipt, ScheduledRefusal> {
-                for (const CleanupItem& each : items) cleaned.push_back(each.id);
-                if (duringClean) duringClean(isCancelled);
-                if (!refusal.empty()) return std::unexpected(ScheduledRefusal{refusal, isBusy});
-                return Receipt();
-            },
-            .record = [this](const ScheduledRun& run) { runs.push_back(run); }};
+        return {.lock = [this] { return FileLock::tryAcquire(home.path("schedule.lock")); },
+                .scan = [this](const CancellationTest& isCancelled) { return scan(isCancelled); },
+                .clean = [this](const ScanReport&, const std::vector<CleanupItem>& items,
+                                const CancellationTest& isCancelled,
+                                bool onlyWhileOn) -> std::expected<Receipt, ScheduledRefusal> {
+                    isTied = onlyWhileOn;
+                    for (const CleanupItem& each : items) cleaned.push_back(each.id);
+                    if (duringClean) duringClean(isCancelled);
+                    if (!refusal.empty()) return std::unexpected(ScheduledRefusal{refusal, isBusy});
+                    return Receipt();
+                },
+                .record = [this](const ScheduledRun& run) { runs.push_back(run); }};
     }
 
     ScanReport scan(const CancellationTest& isCancelled) {
@@ -92,6 +93,7 @@ class ScheduledRuns : public testing::Test {
     std::function<void(const CancellationTest&)> duringClean;
     std::string refusal;
     bool isBusy = false;
+    bool isTied = false;  // the last clean, to scans that are switched on
     int scans = 0;
     std::vector<std::string> cleaned;
     std::vector<ScheduledRun> runs;
@@ -152,6 +154,9 @@ TEST_F(ScheduledRuns, HeedWhatIsSwitchedOffWhileTheyScan) {
     due.now = [] { return kStart; };
     ASSERT_TRUE(preferences.setLastScheduledRun(TimePoint::min())) << "no time of a run";
     EXPECT_TRUE(Scheduler(defaults, due).isOverdue(kStart));
+    EXPECT_TRUE(Scheduler(defaults, due).runIfDue(kNever) && isTied);
+    EXPECT_FALSE(Scheduler(defaults, due).run(kStart, kNever).wasBusy || isTied) << "somebody asked for it";
+    cleaned.clear();
     for (const bool isWhole : {false, true}) {
         SCOPED_TRACE(isWhole);
         duringScan = [&](const auto&) {
