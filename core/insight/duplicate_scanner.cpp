@@ -32,9 +32,12 @@ SeenFile seenFile(const DuplicateFile& file) {
 }
 
 DuplicateFile duplicateFile(const DuplicateCandidate& found, std::string path) {
-    const auto status = statusOf(path);
-    const std::uint64_t stored = status ? bytesOfBlocks(status->blocks) : found.seen.size;
-    const std::uint64_t unstored = found.seen.size - std::min(found.seen.size, stored);
+    std::uint64_t unstored = 0;
+    if (found.hasHoles) {
+        const auto status = statusOf(path);
+        const std::uint64_t stored = status ? bytesOfBlocks(status->blocks) : 0;
+        unstored = found.seen.size - std::min(found.seen.size, stored);
+    }
     return {.path = std::move(path),
             .identity = {.device = found.seen.device, .inode = found.seen.inode, .mode = found.mode},
             .logicalBytes = found.seen.size,

@@ -10,6 +10,7 @@
 #include "core/insight/duplicate_tables.h"
 #include "core/measure/patient_open.h"
 #include "core/measure/walk_workers.h"
+#include "core/model/byte_sum.h"
 #include "core/platform/path_text.h"
 #include "core/projects/project_tables.h"
 
@@ -178,8 +179,11 @@ void DuplicateWalk::takeFile(Listing& listing, const char* name) const {
                         .size = static_cast<std::uint64_t>(status.size),
                         .modified = status.modified,
                         .modifiedNanoseconds = status.modifiedNanoseconds};
-    listing.files.emplace_back(
-        DuplicateCandidate{.seen = seen, .mode = status.mode, .folder = listing.folder}, name);
+    listing.files.emplace_back(DuplicateCandidate{.seen = seen,
+                                                  .mode = status.mode,
+                                                  .hasHoles = bytesOfBlocks(status.blocks) < seen.size,
+                                                  .folder = listing.folder},
+                               name);
 }
 
 bool DuplicateWalk::isCandidate(const FileStatus& status) const {

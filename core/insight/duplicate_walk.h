@@ -21,6 +21,7 @@ namespace brindle {
 struct DuplicateCandidate {
     SeenFile seen;
     std::uint16_t mode = 0;
+    bool hasHoles = false;  // it takes less room than its size
     std::uint32_t folder = 0;
     std::uint64_t name = 0;
 };

@@ -19,13 +19,21 @@ SafetyGuard withExports(const SafetyGuard& guard, std::set<std::string> paths) {
     return SafetyGuard(std::move(scope));
 }
 
-// Whether a cleanup may take the file, or a folder above it with all that lies in it, whatever that is called.
+SafetyGuard withoutProtection(const SafetyGuard& guard) {
+    SafetyScope scope = guard.scope();
+    scope.protectedPaths.clear();
+    return SafetyGuard(std::move(scope));
+}
+
+// Whether a cleanup may take the file, or a folder above it with all that lies in it, whatever that is called. What is
+// protected today need not be tomorrow.
 class Fleeting {
   public:
-    Fleeting(const SafetyGuard& guard, const std::string& home) : guard_(guard), home_(home) {}
+    Fleeting(const SafetyGuard& guard, const std::string& home)
+        : guard_(withoutProtection(guard)), home_(home) {}
 
     bool isFile(const std::string& path) {
-        return guard_.verdictForDeleting(path).isAllowed() || isFolder(folderOf(path));
+        return isFolder(folderOf(path)) || guard_.verdictForDeleting(path).isAllowed();
     }
 
   private:
@@ -38,7 +46,7 @@ class Fleeting {
         return is;
     }
 
-    const SafetyGuard& guard_;
+    SafetyGuard guard_;
     const std::string& home_;
     std::map<std::string, bool> known_;
 };
