@@ -21,7 +21,9 @@ inline std::int64_t changeOf(const struct stat& record) {
 #else
     const timespec& change = record.st_ctim;
 #endif
-    return static_cast<std::int64_t>(change.tv_sec) * 1'000'000'000 + change.tv_nsec;
+    // A volume may say any second: what does not fit wraps, and is only ever compared.
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(change.tv_sec) * 1'000'000'000U +
+                                     static_cast<std::uint64_t>(change.tv_nsec));
 }
 
 inline FileStatus statusFrom(const struct stat& record) {
